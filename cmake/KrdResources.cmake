@@ -1,0 +1,1 @@
+# Resources by type name and number, compiled into a module.
