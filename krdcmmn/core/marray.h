@@ -9,6 +9,7 @@
 // Pointers into an array stay good while its count stays within its capacity. One thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "krdcmmn/platform/export.h"
@@ -93,6 +94,16 @@ class KRDCMMN_API MARRAY {
   short sizeElem;           // bytes an element; 1 unless a derived class sets it
   unsigned char sizeIndex;  // bytes of the owner's index type: 4, or 2 for 16-bit ids
   bool pageKept;            // one committed page lies behind those that nElem needs
+
+ private:
+  std::size_t bytesOf(unsigned int n) const {
+    return std::size_t{n} * static_cast<unsigned short>(sizeElem);
+  }
+  bool isReserved() const;
+  void growTo(unsigned int n);
+  void shrinkTo(unsigned int n);
+  void reserveAnew(unsigned int n);
+  void leaveHeap(unsigned int n);
 };
 
 }  // namespace KRD
