@@ -1,0 +1,18 @@
+// The subcommands of kr. Each lives in a folder of its own and adds itself to the app: its options,
+// its help with examples, and the callback that does the work. A callback that fails throws; the
+// frame prints the text and makes it exit status 1 (main.cpp).
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace kr_app {
+
+void AddVfs(CLI::App& kr);
+
+inline constexpr void (*kCommands[])(CLI::App&) = {
+    AddVfs,
+};
+
+}  // namespace kr_app
