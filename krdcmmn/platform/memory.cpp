@@ -1,0 +1,415 @@
+#include "krdcmmn/platform/memory.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "krdcmmn/platform/errors.h"
+
+// A range is one mapping without access rights; committing opens it for access. Most ranges grow
+// page by page from their start, so the open part runs ahead of what was committed, a step at a
+// time, and most commits cost no call of the host:
+//
+//   start            top        open              size
+//     |  committed    |  ahead   |  no access      |
+//
+// The step is also brought into memory at once, since that is far cheaper than a fault a page. It
+// is the whole price in memory: never more than one step beyond what was committed.
+
+inline namespace krplatform {
+
+namespace {
+
+constexpr std::size_t kPage = 0x1000;
+constexpr std::size_t kStep = 0x10000;    // of the part that is opened ahead
+constexpr std::size_t kUnit = 0x10000;    // of reservations
+constexpr std::size_t kTable = 0x200000;  // alignment that lets the host move whole page tables
+constexpr std::size_t kMost = std::size_t{1} << 46;  // more than the host's address space
+
+struct Range {
+  std::size_t size = 0;
+  std::size_t page = 0;            // the host's, or what it pretends to be
+  std::size_t top = 0;             // end of the last page that was committed
+  std::size_t open = 0;            // everything below is accessible
+  std::size_t reach = 0;           // nothing from here on is accessible
+  std::vector<std::size_t> seams;  // offsets between which the host sees one mapping
+};
+
+constexpr std::size_t Down(std::size_t value, std::size_t unit) {
+  return value & ~(unit - 1);
+}
+
+constexpr std::size_t Up(std::size_t value, std::size_t unit) {
+  return Down(value + unit - 1, unit);
+}
+
+std::uintptr_t AddressOf(const void* pointer) {
+  return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+char* PointerAt(std::uintptr_t address) {
+  return reinterpret_cast<char*>(address);
+}
+
+std::size_t TruePage() {
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  return page;
+}
+
+class HookBox {
+ public:
+  void Set(MemoryHook hook) {
+    const std::lock_guard lock(mutex_);
+    set_ = static_cast<bool>(hook);
+    hook_ = std::move(hook);
+  }
+
+  bool Allows(MemoryStep step, std::size_t size) {
+    if (!set_) {
+      return true;
+    }
+    MemoryHook hook;
+    {
+      const std::lock_guard lock(mutex_);
+      hook = hook_;
+    }
+    return !hook || hook(step, size);
+  }
+
+ private:
+  std::atomic<bool> set_ = false;
+  std::mutex mutex_;
+  MemoryHook hook_;
+};
+
+// All ranges of the process by their start. Different threads own different ranges, so the lock is
+// held for the look-up alone; entries of a map stay where they are.
+class RangeTable {
+ public:
+  using Entry = std::pair<const std::uintptr_t, Range>;
+
+  void Add(std::uintptr_t start, Range range) {
+    const std::lock_guard lock(mutex_);
+    ranges_.emplace(start, std::move(range));
+  }
+
+  // The range that [address, address + size) lies in, or null.
+  Entry* Find(std::uintptr_t address, std::size_t size) {
+    const std::lock_guard lock(mutex_);
+    auto after = ranges_.upper_bound(address);
+    if (after == ranges_.begin()) {
+      return nullptr;
+    }
+    Entry& entry = *std::prev(after);
+    const std::size_t offset = address - entry.first;
+    const bool inside = offset < entry.second.size && size <= entry.second.size - offset;
+    return inside ? &entry : nullptr;
+  }
+
+  void Remove(std::uintptr_t start) {
+    const std::lock_guard lock(mutex_);
+    ranges_.erase(start);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::map<std::uintptr_t, Range> ranges_;
+};
+
+std::atomic<std::size_t> pretended_page = 0;
+
+// Neither is ever destroyed: arrays of static objects use them to the very end.
+HookBox& Hook() {
+  static auto* hook = new HookBox;
+  return *hook;
+}
+
+RangeTable& Ranges() {
+  static auto* table = new RangeTable;
+  return *table;
+}
+
+bool Map(std::uintptr_t address, std::size_t size, int placement) {
+  return mmap(PointerAt(address), size, PROT_NONE,
+              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | placement, -1, 0) != MAP_FAILED;
+}
+
+bool Protect(std::uintptr_t address, std::size_t size, int rights) {
+  return size == 0 || mprotect(PointerAt(address), size, rights) == 0;
+}
+
+// Maps more than asked for and cuts it down to an aligned range; 0 when there is no room.
+std::uintptr_t MapAligned(std::size_t size, std::size_t alignment) {
+  void* const mapped = mmap(nullptr, size + alignment, PROT_NONE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (mapped == MAP_FAILED) {
+    return 0;
+  }
+  const std::uintptr_t first = AddressOf(mapped);
+  const std::uintptr_t start = Up(first, alignment);
+  if (start != first) {
+    munmap(mapped, start - first);
+  }
+  if (start + size != first + size + alignment) {
+    munmap(PointerAt(start + size), first + alignment - start);
+  }
+  return start;
+}
+
+void* Reserve(std::size_t size) {
+  if (size == 0 || size > kMost) {
+    return nullptr;
+  }
+  Range range;
+  range.page = std::max(TruePage(), pretended_page.load());
+  range.size = Up(size, std::max(kUnit, range.page));
+  const std::size_t alignment =
+      std::max({kUnit, range.page, range.size >= kTable ? kTable : std::size_t{0}});
+  const std::uintptr_t start = MapAligned(range.size, alignment);
+  if (start != 0) {
+    Ranges().Add(start, std::move(range));
+  }
+  return PointerAt(start);
+}
+
+// Opens [from, to) of a range, offsets in host pages. Small growth at the end of the open part goes
+// ahead by a step.
+bool Open(std::uintptr_t start, Range& range, std::size_t from, std::size_t to) {
+  if (from > range.open) {  // apart from the rest
+    if (!Protect(start + from, to - from, PROT_READ | PROT_WRITE)) {
+      return false;
+    }
+    range.reach = std::max(range.reach, to);
+    return true;
+  }
+  if (to <= range.open) {
+    return true;
+  }
+  const std::size_t ahead = std::min(range.size, Up(to, std::max(kStep, range.page)));
+  const std::size_t old = range.open;
+  if (Protect(start + old, ahead - old, PROT_READ | PROT_WRITE)) {
+    range.open = ahead;
+  } else if (Protect(start + old, to - old, PROT_READ | PROT_WRITE)) {
+    range.open = to;
+  } else {
+    return false;
+  }
+  range.reach = std::max(range.reach, range.open);
+#ifdef MADV_POPULATE_WRITE
+  if (range.open - old <= kStep && old != 0) {
+    madvise(PointerAt(start + old), range.open - old, MADV_POPULATE_WRITE);
+  }
+#endif
+  return true;
+}
+
+bool Commit(std::uintptr_t address, std::size_t size) {
+  auto* const entry = Ranges().Find(address, size);
+  if (entry == nullptr) {
+    return false;
+  }
+  auto& [start, range] = *entry;
+  const std::size_t from = Down(address - start, kPage);
+  const std::size_t to = Up(address - start + size, kPage);
+  if (!Open(start, range, Down(from, range.page), Up(to, range.page))) {
+    return false;
+  }
+  range.top = std::max(range.top, to);
+  return true;
+}
+
+// Clears the bytes of [from, to), which lie in one host page that stays in use.
+void Clear(std::uintptr_t start, const Range& range, std::size_t from, std::size_t to) {
+  if (from >= to) {
+    return;
+  }
+  if (to > range.open) {  // perhaps accessible, perhaps not
+    Protect(start + Down(from, range.page), range.page, PROT_READ | PROT_WRITE);
+  }
+  std::memset(PointerAt(start + from), 0, to - from);
+}
+
+// Everything from `from` on goes: nothing behind it is committed.
+bool DropTail(std::uintptr_t start, Range& range, std::size_t from) {
+  const std::size_t inner = Up(from, range.page);
+  Clear(start, range, from, std::min(inner, range.reach));
+  range.top = from;
+  if (inner >= range.reach) {
+    return true;
+  }
+  if (madvise(PointerAt(start + inner), range.reach - inner, MADV_DONTNEED) != 0) {
+    return false;
+  }
+  const std::size_t keep = std::min(Up(inner, std::max(kStep, range.page)), range.reach);
+  if (!Protect(start + keep, range.reach - keep, PROT_NONE)) {
+    return false;
+  }
+  range.open = std::min(range.open, keep);
+  range.reach = keep;
+  return true;
+}
+
+bool Decommit(std::uintptr_t address, std::size_t size) {
+  auto* const entry = Ranges().Find(address, size);
+  if (entry == nullptr) {
+    return false;
+  }
+  auto& [start, range] = *entry;
+  if (size == 0) {
+    return address == start && DropTail(start, range, 0);
+  }
+  const std::size_t from = Down(address - start, kPage);
+  const std::size_t to = std::min(Up(address - start + size, kPage), range.reach);
+  if (from >= to) {
+    return true;
+  }
+  if (to >= range.top) {
+    return DropTail(start, range, from);
+  }
+  const std::size_t inner_from = Up(from, range.page);
+  const std::size_t inner_to = Down(to, range.page);
+  if (inner_from > inner_to) {
+    Clear(start, range, from, to);
+    return true;
+  }
+  Clear(start, range, from, inner_from);
+  Clear(start, range, inner_to, to);
+  return inner_from == inner_to ||
+         madvise(PointerAt(start + inner_from), inner_to - inner_from, MADV_DONTNEED) == 0;
+}
+
+bool Release(std::uintptr_t address) {
+  auto* const entry = Ranges().Find(address, 0);
+  if (entry == nullptr || entry->first != address) {
+    return false;
+  }
+  const std::size_t size = entry->second.size;
+  Ranges().Remove(address);
+  return munmap(PointerAt(address), size) == 0;
+}
+
+// Moves the host pages of one mapping; `from` stays reserved.
+bool MovePiece(std::uintptr_t to, std::uintptr_t from, std::size_t size) {
+  void* const moved = mremap(PointerAt(from), size, size,
+                             MREMAP_MAYMOVE | MREMAP_FIXED | MREMAP_DONTUNMAP, PointerAt(to));
+  return moved != MAP_FAILED && Map(from, size, MAP_FIXED);
+}
+
+// Where the pages cannot be moved: copies them step by step and gives each step back at once.
+bool CopyPiece(std::uintptr_t to, std::uintptr_t from, std::size_t size) {
+  for (std::size_t done = 0; done < size; done += kStep) {
+    const std::size_t step = std::min(kStep, size - done);
+    if (!Commit(to + done, step)) {
+      return false;
+    }
+    std::memcpy(PointerAt(to + done), PointerAt(from + done), step);
+    if (!Decommit(from + done, step)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Moves [offset, offset + size) of `from` to the start of `to`, one piece between seams at a time.
+bool MovePieces(RangeTable::Entry& to, RangeTable::Entry& from, std::size_t offset,
+                std::size_t size) {
+  auto& [to_start, target] = to;
+  auto& [from_start, source] = from;
+  std::vector<std::size_t> seams;
+  for (const std::size_t seam : source.seams) {
+    if (seam > offset && seam < offset + size) {
+      seams.push_back(seam - offset);
+    }
+  }
+  seams.push_back(size);
+  std::sort(seams.begin(), seams.end());
+  std::size_t done = 0;
+  for (const std::size_t seam : seams) {
+    if (!MovePiece(to_start + done, from_start + offset + done, seam - done)) {
+      return false;
+    }
+    done = seam;
+  }
+  std::erase_if(source.seams, [&](std::size_t s) { return s >= offset && s <= offset + size; });
+  source.seams.insert(source.seams.end(), {offset, offset + size});
+  std::erase_if(target.seams, [&](std::size_t s) { return s <= size; });
+  target.seams.insert(target.seams.end(), seams.begin(), seams.end());
+  target.top = std::max(target.top, size);
+  target.open = std::max(target.open, size);
+  target.reach = std::max(target.reach, size);
+  source.open = std::min(source.open, offset);
+  return true;
+}
+
+bool Move(std::uintptr_t to_address, std::uintptr_t from_address, std::size_t size) {
+  auto* const to = Ranges().Find(to_address, size);
+  auto* const from = Ranges().Find(from_address, size);
+  if (to == nullptr || from == nullptr || to == from || to_address != to->first ||
+      Down(size, kPage) != size) {
+    return false;
+  }
+  const std::size_t offset = from_address - from->first;
+  std::size_t whole = 0;
+  if (Down(offset, from->second.page) == offset && from->second.page == to->second.page &&
+      offset + size <= from->second.open) {
+    whole = Down(size, to->second.page);
+  }
+  return (whole == 0 || MovePieces(*to, *from, offset, whole)) &&
+         CopyPiece(to_address + whole, from_address + whole, size - whole);
+}
+
+BOOL Told(bool good) {
+  if (!good) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  }
+  return good ? TRUE : FALSE;
+}
+
+}  // namespace
+
+void* VirtualAlloc(void* address, std::size_t size, DWORD type, DWORD /*protection*/) {
+  if (type == MEM_RESERVE && address == nullptr) {
+    void* const start = Hook().Allows(MemoryStep::kReserve, size) ? Reserve(size) : nullptr;
+    Told(start != nullptr);
+    return start;
+  }
+  if (type == MEM_COMMIT) {
+    const bool good = Hook().Allows(MemoryStep::kCommit, size) && Commit(AddressOf(address), size);
+    return Told(good) != FALSE ? address : nullptr;
+  }
+  SetLastError(ERROR_INVALID_PARAMETER);
+  return nullptr;
+}
+
+BOOL VirtualFree(void* address, std::size_t size, DWORD type) {
+  if (type == MEM_DECOMMIT) {
+    return Told(Hook().Allows(MemoryStep::kDecommit, size) && Decommit(AddressOf(address), size));
+  }
+  if (type == MEM_RELEASE && size == 0) {
+    return Told(Hook().Allows(MemoryStep::kRelease, size) && Release(AddressOf(address)));
+  }
+  SetLastError(ERROR_INVALID_PARAMETER);
+  return FALSE;
+}
+
+BOOL VirtualMove(void* to, void* from, std::size_t size) {
+  return Told(Hook().Allows(MemoryStep::kMove, size) &&
+              (size == 0 || Move(AddressOf(to), AddressOf(from), size)));
+}
+
+void SetMemoryHook(MemoryHook hook) {
+  Hook().Set(std::move(hook));
+}
+
+void SetHostPageSize(std::size_t size) {
+  pretended_page = size;
+}
+
+}  // namespace krplatform
