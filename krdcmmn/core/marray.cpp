@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "krdcmmn/core/exception.h"
+#include "krdcmmn/core/packed_block.h"
 #include "krdcmmn/platform/memory.h"
 
 namespace KRD {
@@ -320,6 +321,18 @@ MARRAY& MARRAY::operator=(MARRAY& source) {
   sizeElem = source.sizeElem;
   sizeIndex = source.sizeIndex;
   return *this;
+}
+
+std::int32_t MARRAY::getSizePack() const {
+  return static_cast<std::int32_t>(PackedSize(data, static_cast<int>(nElem), sizeElem));
+}
+
+std::int32_t MARRAY::write(void* file) const {
+  return PackedBlock(data, static_cast<int>(nElem), sizeElem).write(file);
+}
+
+void MARRAY::read(void* file) {
+  ReadPacked(file, data, static_cast<int>(nElem), sizeElem);
 }
 
 }  // namespace KRD

@@ -1,0 +1,31 @@
+// The coder of one byte plane: runs, alternations, ramps and zigzags become tokens, everything else
+// literals (block_format.h). The stream depends on the plane's bytes alone, whichever instructions
+// the processor has. Stateless from call to call, any thread.
+#pragma once
+
+#include <cstddef>
+
+#include "krdcmmn/platform/export.h"
+
+namespace KRD {
+
+// The most bytes that the stream of `count` bytes can take: a literal of 33 bytes and more costs a
+// prefix more than the least that the token behind it saves.
+constexpr std::size_t PackPlaneBound(std::size_t count) {
+  return count + count / 32 + 16;
+}
+
+// Codes the `count` bytes at `plane` into `out`, for which there is room for PackPlaneBound, and
+// gives the stream's length. A null `out` only measures; the result is the same.
+std::size_t PackPlane(char* out, const char* plane, std::size_t count);
+
+// Decodes one stream to [target, target_end) and gives the address behind it, where the next
+// plane's stream begins; null when the stream does not end inside [stream, stream_end), with the
+// target's bytes unspecified then. A last token that overruns the plane is cut at the plane's end;
+// its operands count in full.
+const char* UnpackPlane(char* target, char* target_end, const char* stream, const char* stream_end);
+
+// UnpackPlane for `count` bytes that writes nothing.
+const char* SkipPlane(std::size_t count, const char* stream, const char* stream_end);
+
+}  // namespace KRD
