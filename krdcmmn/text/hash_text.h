@@ -69,7 +69,7 @@ class KRDCMMN_API BASE_TEXT {
 
  protected:
   void swap(BASE_TEXT& other);
-  // `add` of `size` bytes without a count of the edit: for an index that knows the string.
+  // `add` and `del` that are not counted as edits: for an index that follows them itself.
   int Append(const char* text, std::size_t size);
   void Remove(unsigned int i, unsigned int count);
 
@@ -78,6 +78,7 @@ class KRDCMMN_API BASE_TEXT {
 
   std::uint32_t edits_ = 0;     // changes made through this class
   std::uint32_t removals_ = 0;  // those that moved or dropped indices
+  bool filledInPlace_ = false;  // a string may have changed without a count: see addEmpty
 
  private:
   // A string that waits beside the pool.
@@ -89,8 +90,11 @@ class KRDCMMN_API BASE_TEXT {
 
   const char* LateText(unsigned int i) const;
   unsigned int LateSize(unsigned int i) const;
-  void DropLate();
+  bool Holds(const char* text) const;
   char* Extend(std::size_t size);
+  void Replace(unsigned int i, const char* text, std::size_t size);
+  void PutLate(unsigned int i, const char* text, std::size_t size);
+  void Forget(unsigned int i);
 
   TARRAY<std::int32_t> late_;  // per string up to the last that waits: its entry, or -1
   TARRAY<LATE> lateEntries_;
@@ -148,12 +152,23 @@ class KRDCMMN_API HASH_TEXT : public BASE_TEXT {
   bool addNew = false;  // the last `add` inserted a string
 
  private:
-  void Build(int size) const;
-  bool Ready() const;
+  static constexpr int kNone = -1;
 
-  mutable std::uint32_t seenEdits_ = 0;     // edits_ when the strings were last known to be unique
-  mutable std::uint32_t seenRemovals_ = 0;  // removals_ when the hash was last right
+  std::uint32_t HashOf(const char* text, std::size_t* size) const;
+  std::uint32_t HashOf(const char* begin, const char* end) const;
+  bool Same(const char* entry, const char* text, std::size_t size) const;
+  int Find(const char* text, std::size_t size, std::uint32_t bucket, int* before) const;
+  bool Ready() const;
+  void Build(int size) const;
+  void BuildUnique() const;
+  void BuildChecked() const;
+
+  // The strings are known to be unique, so that the next hash needs no comparisons, while these
+  // agree with `edits_`, `removals_` and `ignoreCase`.
   mutable bool unique_ = true;
+  mutable bool seenIgnoreCase_ = false;
+  mutable std::uint32_t seenEdits_ = 0;
+  mutable std::uint32_t seenRemovals_ = 0;  // `removals_` when the hash was built
 };
 
 class KRDCMMN_API HASH_TEXT_NOCASE : public HASH_TEXT {

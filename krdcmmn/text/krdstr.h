@@ -95,7 +95,8 @@ class KRDCMMN_API KRDSTR {
   // prefix I64 stands for a 64-bit integer beside it. %n is served. The block is sized by an
   // estimate made from the format and the arguments, and grows to the output where that falls
   // short (capacity: the output's length and a quarter). A string argument ends with a zero byte
-  // even where a precision would stop before. A format that the host refuses leaves the text empty.
+  // even where a precision would stop before. Where the host refuses a format the text is what it
+  // wrote until then.
   void sprintf(const char* format, ...);
   // The format is a string resource; nothing happens when there is none.
   void sprintf(HINSTANCE module, unsigned int id, ...);
@@ -121,6 +122,7 @@ class KRDCMMN_API KRDSTR {
   bool Holds(const char* s) const;
   int Room() const { return buf != nullptr ? cap : -1; }
   void Adopt(char* block, int new_cap);
+  void Print(const char* format, va_list args, std::int64_t estimate, bool apart);
   [[noreturn]] void OutOfMemory(int new_cap);
 };
 

@@ -79,7 +79,11 @@ class KRDCMMN_API _NAME_TABLE : public MA_STRING {
  private:
   static constexpr short kMostNames = 32767;
 
+  const char* Cell(short id) const {
+    return MA_STRING::operator()(static_cast<unsigned short>(id));
+  }
   short Find(const char* name, short bucket, short* before) const;
+  const char* Outside(const char* name, char* own) const;
   short TakeCell();
   void FreeCell(short id);
   void Append(short id, short bucket, short before);
