@@ -19,8 +19,8 @@ class KRDCMMN_API MessageContainer {
   // page.
   const char* find(const char* name) const;
 
-  // Makes lookups go on in `parent`, which must outlive them; null ends the chain. A chain that
-  // leads back to this container is refused: the call then changes nothing.
+  // Makes lookups go on in `parent`, which must outlive them; null ends the chain. In a chain that
+  // has become a ring a lookup ends with null when it has been round.
   void attach(const MessageContainer* parent);
 
   // Replaces the messages by those of the resource "KR_MSG" with the number `id` of `module`, an
