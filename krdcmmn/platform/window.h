@@ -31,25 +31,35 @@ class KRDCMMN_API WINDOW {
   virtual bool StopTimer(std::uint32_t id) = 0;
   // The cursor in client pixels; it may lie outside.
   virtual POINT Cursor() const = 0;
+
+ private:
+  HWND handle_;
 };
 
+// The calls below fail quietly (0, null, FALSE) for a window that is null or gone.
 KRDCMMN_API HDC GetDC(HWND window);
+// 1, or 0 for a context that is null or was released before.
 KRDCMMN_API int ReleaseDC(HWND window, HDC dc);
+// `erase` has no meaning: nothing is ever erased.
 KRDCMMN_API BOOL InvalidateRect(HWND window, const RECT* area, BOOL erase);
+// `id`, or 0 on failure and for a number beyond 32 bits. The timer reaches the host side alone:
+// `callback` is not called.
 KRDCMMN_API std::uintptr_t SetTimer(HWND window, std::uintptr_t id, UINT period_ms, void* callback);
 KRDCMMN_API BOOL KillTimer(HWND window, std::uintptr_t id);
 // The cursor on the screen. The screen's coordinates are those of the window that was created last
-// among the living; ScreenToClient turns them into those of `window`.
+// among the living; ScreenToClient turns them into those of `window`, so that the cursor of the
+// screen becomes the cursor of `window`. FALSE without a window.
 KRDCMMN_API BOOL GetCursorPos(POINT* point);
 KRDCMMN_API BOOL ScreenToClient(HWND window, POINT* point);
 
 // A window in memory. Its pixels, cursor, timers and invalidations are open to the program.
 class KRDCMMN_API MEMORY_WINDOW : public WINDOW {
  public:
-  // w by h pixels, all 0.
+  // w by h pixels, all 0; none for a size below 1 or without memory.
   MEMORY_WINDOW(int w, int h);
   ~MEMORY_WINDOW() override;
 
+  // Any number of contexts may be out; they draw on the same pixels and end with the window.
   HDC GetContext() override;
   void ReleaseContext(HDC dc) override;
   void Invalidate(const RECT* area) override;
@@ -57,7 +67,8 @@ class KRDCMMN_API MEMORY_WINDOW : public WINDOW {
   bool StopTimer(std::uint32_t id) override;
   POINT Cursor() const override;
 
-  // A new client size; pixels in both sizes are kept, new ones are 0.
+  // A new client size; pixels in both sizes are kept, new ones are 0. Without memory for it the
+  // window stays as it is.
   void Resize(int w, int h);
   int width() const;
   int height() const;
@@ -70,9 +81,7 @@ class KRDCMMN_API MEMORY_WINDOW : public WINDOW {
 
  private:
   HBITMAP bitmap_ = nullptr;
-  HDC keeper_ = nullptr;  // holds the bitmap while no context is out
-  int width_ = 0;
-  int height_ = 0;
+  std::vector<HDC> contexts_;  // that are out
 };
 
 }  // namespace krplatform

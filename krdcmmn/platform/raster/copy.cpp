@@ -1,0 +1,43 @@
+#include "krdcmmn/platform/raster/copy.h"
+
+#include <cstring>
+
+#include "krdcmmn/platform/raster/mask.h"
+
+namespace krraster {
+
+void CopyPixels(const Canvas& target, Place to, std::int64_t w, std::int64_t h,
+                const Canvas& source, Place at) {
+  // The first and the end offset that lie on both canvases, on each axis.
+  const std::int64_t x0 = std::max<std::int64_t>({0, -to.x, -at.x});
+  const std::int64_t y0 = std::max<std::int64_t>({0, -to.y, -at.y});
+  const std::int64_t x1 = std::min({w, target.width - to.x, source.width - at.x});
+  const std::int64_t y1 = std::min({h, target.height - to.y, source.height - at.y});
+  if (x0 >= x1 || y0 >= y1) {
+    return;
+  }
+  const std::size_t bytes = static_cast<std::size_t>(x1 - x0) * sizeof(std::uint32_t);
+  const auto copy_row = [&](std::int64_t y) {
+    std::memmove(target.at(to.x + x0, to.y + y), source.at(at.x + x0, at.y + y), bytes);
+  };
+  if (target.data == source.data &&
+      to.y > at.y) {  // from the last row up: the first ones are read last
+    for (std::int64_t y = y1 - 1; y >= y0; --y) {
+      copy_row(y);
+    }
+  } else {
+    for (std::int64_t y = y0; y < y1; ++y) {
+      copy_row(y);
+    }
+  }
+}
+
+void FillPixels(const Canvas& target, Place to, std::int64_t w, std::int64_t h,
+                std::uint32_t pixel) {
+  const Area area = Intersection(target.area(), to.x, to.y, to.x + w, to.y + h);
+  for (std::int64_t y = area.top; y < area.bottom && area.left < area.right; ++y) {
+    CopyKernel{pixel}.run(target.at(area.left, y), area.right - area.left);
+  }
+}
+
+}  // namespace krraster

@@ -1,0 +1,96 @@
+// Ellipses and arcs. All arithmetic is about the box's middle in doubled units, in which pixel
+// centres and the middle are integers: X = 2x - (left + right - 1), Y likewise, |X| <= a, |Y| <= b
+// with a = width - 1 and b = height - 1.
+#pragma once
+
+#include <cstdint>
+
+#include "krdcmmn/platform/raster/stroke.h"
+
+namespace krraster {
+
+// The box of an ellipse: its upper left pixel, and what lies between the centres of its outermost
+// pixels (0 and up; below 0 the box holds no pixel).
+struct Box {
+  std::int64_t left;
+  std::int64_t top;
+  std::int64_t a;
+  std::int64_t b;
+};
+
+// The solid shape whose border is the one-pixel outline. A pixel belongs to it when its centre,
+// moved half a pixel toward the middle along either axis, is within the ellipse through the centres
+// of the box's outermost pixels. It touches all four sides of the box and has both mirror
+// symmetries.
+class OutlineExtent {
+ public:
+  OutlineExtent(std::int64_t a, std::int64_t b);
+  // The greatest X of row Y, which has the parity of b and lies in [0, b].
+  std::int64_t at(std::int64_t y) const;
+
+ private:
+  std::int64_t root(std::int64_t y) const;  // floor(a sqrt(1 - y^2 / b^2))
+
+  enum class Size { circle, small, large };
+  std::int64_t a_;
+  std::int64_t b_;
+  Size size_;
+};
+
+// The pixels whose centre is inside an ellipse of diameters da and db (in pixels, any parity).
+class InsideExtent {
+ public:
+  InsideExtent(std::int64_t da, std::int64_t db) : da_(da), db_(db) {}
+  // The greatest X of row Y >= 0 with X of the given parity; below 0 when the row has none.
+  std::int64_t at(std::int64_t y, std::int64_t parity) const;
+
+ private:
+  std::int64_t da_;
+  std::int64_t db_;
+};
+
+// The directions between which an arc runs, anticlockwise on the screen: from the ray of the start,
+// included, to the ray of the end, left out. Rays that point the same way, or have no direction
+// because their point is the middle, take in everything.
+class Sector {
+ public:
+  Sector(const Box& box, Place start, Place end);
+  bool whole() const { return whole_; }
+  // The pixel at doubled place (x, y) from the middle. The middle itself belongs to every sector.
+  bool holds(std::int64_t x, std::int64_t y) const;
+
+  // Hands those pieces of the row's run [low, high] that lie in the sector to `sink(low, high)`.
+  // `middle2` is the doubled column of the middle, y the row's doubled place.
+  template <class Sink>
+  void Pieces(std::int64_t low, std::int64_t high, std::int64_t middle2, std::int64_t y,
+              Sink&& sink) const {
+    while (low <= high) {
+      const std::int64_t end = SameSideUntil(low, high, middle2, y);
+      if (holds(2 * low - middle2, y)) {
+        sink(low, end);
+      }
+      low = end + 1;
+    }
+  }
+
+  // Unit-free directions of the two rays, for the round ends of a wide arc.
+  Place start() const { return start_; }
+  Place end() const { return end_; }
+
+ private:
+  static bool LeftOf(Place ray, std::int64_t x, std::int64_t y);
+  // The last pixel of [low, high] that lies on the same side of both rays as `low`.
+  std::int64_t SameSideUntil(std::int64_t low, std::int64_t high, std::int64_t middle2,
+                             std::int64_t y) const;
+
+  Place start_;
+  Place end_;
+  bool whole_;
+  bool wide_;  // the end is more than half a turn from the start
+};
+
+void DrawEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, const Box& box);
+// The outline alone, from the ray through `start` to that through `end`.
+void DrawArc(const Canvas& canvas, const Stroke& stroke, const Box& box, Place start, Place end);
+
+}  // namespace krraster

@@ -1,0 +1,59 @@
+#include <cmath>
+
+#include "krdcmmn/platform/raster/ellipse.h"
+#include "krdcmmn/platform/raster/exact.h"
+
+namespace krraster {
+
+OutlineExtent::OutlineExtent(std::int64_t a, std::int64_t b) : a_(a), b_(b) {
+  constexpr std::int64_t kSmall = std::int64_t{1} << 12;
+  size_ = a == b ? Size::circle : a < kSmall && b < kSmall ? Size::small : Size::large;
+}
+
+std::int64_t OutlineExtent::root(std::int64_t y) const {
+  const auto a = static_cast<std::uint64_t>(a_);
+  const auto b = static_cast<std::uint64_t>(b_);
+  const std::uint64_t rest =
+      static_cast<std::uint64_t>(b_ - y) * static_cast<std::uint64_t>(b_ + y);
+  switch (size_) {
+    case Size::circle:
+      return static_cast<std::int64_t>(SquareRoot(rest));
+    case Size::small:
+      return static_cast<std::int64_t>(SquareRoot(a * a * rest / (b * b)));
+    default:
+      return static_cast<std::int64_t>(
+          SquareRoot(static_cast<std::uint64_t>(uint128{a * a} * rest / (b * b))));
+  }
+}
+
+std::int64_t OutlineExtent::at(std::int64_t y) const {
+  if (b_ == 0) {
+    return a_;
+  }
+  const std::int64_t by_column = root(y) + 1;
+  const std::int64_t by_row = y == 0 ? a_ : root(y - 1);
+  const std::int64_t most = std::min(a_, std::max(by_column, by_row));
+  return most - ((most ^ a_) & 1);
+}
+
+std::int64_t InsideExtent::at(std::int64_t y, std::int64_t parity) const {
+  if (y >= db_ || da_ <= 0) {
+    return -1;
+  }
+  // X^2 db^2 < da^2 (db^2 - Y^2), for integers: X^2 <= (that - 1) / db^2.
+  constexpr std::int64_t kExact = std::int64_t{1} << 32;
+  std::int64_t most;
+  if (da_ < kExact && db_ < kExact) {
+    const auto da2 = static_cast<std::uint64_t>(da_) * static_cast<std::uint64_t>(da_);
+    const auto db2 = static_cast<std::uint64_t>(db_) * static_cast<std::uint64_t>(db_);
+    const auto y2 = static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(y);
+    most = static_cast<std::int64_t>(
+        SquareRoot(static_cast<std::uint64_t>((uint128{da2} * (db2 - y2) - 1) / db2)));
+  } else {  // beyond 128 bits; the same in every picture all the same
+    const long double part = static_cast<long double>(y) / static_cast<long double>(db_);
+    most = static_cast<std::int64_t>(static_cast<long double>(da_) * std::sqrt(1 - part * part));
+  }
+  return most - ((most ^ parity) & 1);
+}
+
+}  // namespace krraster

@@ -1,0 +1,206 @@
+#include "krdcmmn/platform/raster/polygon.h"
+
+#include <optional>
+#include <utility>
+
+#include "krdcmmn/platform/raster/capsule.h"
+#include "krdcmmn/platform/raster/line.h"
+#include "krdcmmn/platform/raster/mask.h"
+
+namespace krraster {
+
+namespace {
+
+// Flips the inside's bits where the edge from a down to b crosses rows: at the first pixel centre
+// on or right of it.
+template <class Int>
+void FlipCrossings(Mask& inside, Place a, Place b) {
+  const Area& area = inside.area();
+  const std::int64_t first = std::max<std::int64_t>(a.y, area.top);
+  const std::int64_t end = std::min<std::int64_t>(b.y, area.bottom);
+  if (first >= end) {
+    return;
+  }
+  const Int dx = b.x - a.x;
+  const Int dy = b.y - a.y;
+  // The ceiling of dx (y - a.y) / dy.
+  FloorWalk<Int> x(dx * (first - a.y) + dy - 1, dx, dy);
+  const Int left = area.left - a.x;
+  const Int right = area.right - a.x;
+  for (std::int64_t y = first; y < end; ++y, x.next()) {
+    const Int at = std::max(x.value(), left);
+    if (at < right) {
+      inside.flip(a.x + static_cast<std::int64_t>(at), y);
+    }
+  }
+}
+
+void FlipEdge(Mask& inside, Place a, Place b) {
+  if (a.y > b.y) {
+    std::swap(a, b);
+  }
+  constexpr std::int64_t kSmall = std::int64_t{1} << 30;
+  if (b.y - a.y < kSmall && b.x - a.x < kSmall && a.x - b.x < kSmall) {
+    FlipCrossings<std::int64_t>(inside, a, b);
+  } else {
+    FlipCrossings<int128>(inside, a, b);
+  }
+}
+
+// Calls `edge(from, to)` for each edge, the closing one last.
+template <class Edge>
+void ForEachEdge(const Corners& corners, Edge&& edge) {
+  Place from = corners.at(0);
+  for (std::size_t i = 1; i < corners.count; ++i) {
+    const Place to = corners.at(i);
+    edge(from, to);
+    from = to;
+  }
+  edge(from, corners.at(0));
+}
+
+void AddThinOutline(Mask& mask, const Corners& corners) {
+  ForEachEdge(corners, [&](Place a, Place b) {
+    LineSteps steps;
+    if (VisibleSteps(mask.area(), a, b, &steps)) {
+      ForEachStep(steps, [&](std::int64_t x, std::int64_t y, std::int64_t) { mask.set(x, y); });
+    } else if (mask.area().holds(a)) {  // an edge of one pixel
+      mask.set(a.x, a.y);
+    }
+  });
+}
+
+void AddDashedOutline(Mask& dashes, Mask& gaps, const Stroke& stroke, const Corners& corners) {
+  std::int64_t start = 0;
+  ForEachEdge(corners, [&](Place a, Place b) {
+    LineSteps steps;
+    if (VisibleSteps(dashes.area(), a, b, &steps)) {
+      ForEachStep(steps, [&](std::int64_t x, std::int64_t y, std::int64_t step) {
+        (stroke.dash_at(start + step) ? dashes : gaps).set(x, y);
+      });
+    }
+    const std::int64_t dx = a.x < b.x ? b.x - a.x : a.x - b.x;
+    const std::int64_t dy = a.y < b.y ? b.y - a.y : a.y - b.y;
+    start = (start + std::max(dx, dy)) % Stroke::kPeriod;
+  });
+}
+
+void AddWideOutline(Mask& mask, const Stroke& stroke, const Corners& corners) {
+  ForEachEdge(corners, [&](Place a, Place b) {
+    CapsuleRuns(mask.area(), a, b, stroke.width,
+                [&](std::int64_t y, std::int64_t x0, std::int64_t x1) { mask.set(y, x0, x1); });
+  });
+}
+
+// The visible part of what the polygon can touch.
+Area Extent(const Canvas& canvas, const Stroke& stroke, const Corners& corners) {
+  Place low = corners.at(0);
+  Place high = low;
+  for (std::size_t i = 1; i < corners.count; ++i) {
+    const Place p = corners.at(i);
+    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+  }
+  const std::int64_t margin = stroke.kind == StrokeKind::wide ? stroke.width / 2 : 0;
+  return Intersection(canvas.area(), low.x - margin, low.y - margin, high.x + margin + 1,
+                      high.y + margin + 1);
+}
+
+}  // namespace
+
+void DrawPolygon(const Canvas& canvas, const Stroke& stroke, const Fill& fill,
+                 const Corners& corners) {
+  const Area area = Extent(canvas, stroke, corners);
+  if (area.empty()) {
+    return;
+  }
+  Mask outline(area);
+  std::optional<Mask> gaps;
+  switch (stroke.kind) {
+    case StrokeKind::none:
+      break;
+    case StrokeKind::thin:
+      AddThinOutline(outline, corners);
+      break;
+    case StrokeKind::dashed:
+      gaps.emplace(area);
+      AddDashedOutline(outline, *gaps, stroke, corners);
+      gaps->remove(outline);
+      break;
+    case StrokeKind::wide:
+      AddWideOutline(outline, stroke, corners);
+      break;
+  }
+  if (fill.solid) {
+    Mask inside(area);
+    ForEachEdge(corners, [&](Place a, Place b) { FlipEdge(inside, a, b); });
+    inside.fill_between_flips();
+    inside.remove(outline);
+    if (gaps) {
+      inside.remove(*gaps);
+    }
+    Paint(canvas, inside, fill.ink);
+  }
+  Paint(canvas, outline, stroke.ink);
+  if (gaps && stroke.paints_gaps) {
+    Paint(canvas, *gaps, stroke.gap);
+  }
+}
+
+namespace {
+
+// [x0, x1] by [y0, y1], all of it.
+void PaintBlock(const Canvas& canvas, Ink ink, std::int64_t x0, std::int64_t y0, std::int64_t x1,
+                std::int64_t y1) {
+  const Area area = Intersection(canvas.area(), x0, y0, x1 + 1, y1 + 1);
+  if (area.empty()) {
+    return;
+  }
+  WithKernel(ink, [&](auto kernel) {
+    for (std::int64_t y = area.top; y < area.bottom; ++y) {
+      kernel.run(canvas.at(area.left, y), area.right - area.left);
+    }
+  });
+}
+
+void PaintFrame(const Canvas& canvas, Ink ink, Place low, Place high) {
+  PaintBlock(canvas, ink, low.x, low.y, high.x, low.y);
+  if (low.y < high.y) {
+    PaintBlock(canvas, ink, low.x, high.y, high.x, high.y);
+    PaintBlock(canvas, ink, low.x, low.y + 1, low.x, high.y - 1);
+    if (low.x < high.x) {
+      PaintBlock(canvas, ink, high.x, low.y + 1, high.x, high.y - 1);
+    }
+  }
+}
+
+}  // namespace
+
+void DrawRectangle(const Canvas& canvas, const Stroke& stroke, const Fill& fill, Place low,
+                   Place high) {
+  if (stroke.kind == StrokeKind::none) {
+    if (fill.solid) {
+      PaintBlock(canvas, fill.ink, low.x, low.y, high.x, high.y);
+    }
+    return;
+  }
+  if (stroke.kind == StrokeKind::thin) {
+    PaintFrame(canvas, stroke.ink, low, high);
+    if (fill.solid) {
+      PaintBlock(canvas, fill.ink, low.x + 1, low.y + 1, high.x - 1, high.y - 1);
+    }
+    return;
+  }
+  // Differences from the low corner fit: a box's sides are below 2^32, and halves below 2^31.
+  const auto dx = high.x - low.x;
+  const auto dy = high.y - low.y;
+  const Place middle{low.x + dx / 2, low.y + dy / 2};
+  const auto near_x = static_cast<LONG>(low.x - middle.x);
+  const auto near_y = static_cast<LONG>(low.y - middle.y);
+  const auto far_x = static_cast<LONG>(high.x - middle.x);
+  const auto far_y = static_cast<LONG>(high.y - middle.y);
+  const POINT points[] = {{near_x, near_y}, {far_x, near_y}, {far_x, far_y}, {near_x, far_y}};
+  DrawPolygon(canvas, stroke, fill, Corners{points, 4, middle});
+}
+
+}  // namespace krraster
