@@ -20,17 +20,20 @@
 //   start            top        open              size
 //     |  committed    |  ahead   |  no access      |
 //
-// The step is also brought into memory at once, since that is far cheaper than a fault a page. It
-// is the whole price in memory: never more than one step beyond what was committed.
+// The step is brought into memory at once, which is far cheaper than a fault a page, and it is the
+// whole price in memory: at most one step beyond what was committed. It is 64 KiB, and behind the
+// first 32 MiB of a range 2 MiB, so that the host can use its large pages there.
 
 inline namespace krplatform {
 
 namespace {
 
 constexpr std::size_t kPage = 0x1000;
-constexpr std::size_t kStep = 0x10000;    // of the part that is opened ahead
-constexpr std::size_t kUnit = 0x10000;    // of reservations
-constexpr std::size_t kTable = 0x200000;  // alignment that lets the host move whole page tables
+constexpr std::size_t kStep = 0x10000;  // of the part that is opened ahead
+constexpr std::size_t kLargeStep =
+    0x200000;  // the same behind kLargeFrom; a large page of the host
+constexpr std::size_t kLargeFrom = 0x2000000;
+constexpr std::size_t kUnit = 0x10000;               // of reservations
 constexpr std::size_t kMost = std::size_t{1} << 46;  // more than the host's address space
 
 struct Range {
@@ -171,12 +174,20 @@ void* Reserve(std::size_t size) {
   range.page = std::max(TruePage(), pretended_page.load());
   range.size = Up(size, std::max(kUnit, range.page));
   const std::size_t alignment =
-      std::max({kUnit, range.page, range.size >= kTable ? kTable : std::size_t{0}});
+      std::max({kUnit, range.page, range.size >= kLargeStep ? kLargeStep : std::size_t{0}});
   const std::uintptr_t start = MapAligned(range.size, alignment);
   if (start != 0) {
+    if (range.size > kLargeFrom) {
+      madvise(PointerAt(start), range.size, MADV_HUGEPAGE);
+    }
     Ranges().Add(start, std::move(range));
   }
   return PointerAt(start);
+}
+
+// The unit in which the open part ends when it reaches `to`.
+std::size_t StepAt(const Range& range, std::size_t to) {
+  return std::max(to > kLargeFrom ? kLargeStep : kStep, range.page);
 }
 
 // Opens [from, to) of a range, offsets in host pages. Small growth at the end of the open part goes
@@ -192,7 +203,7 @@ bool Open(std::uintptr_t start, Range& range, std::size_t from, std::size_t to) 
   if (to <= range.open) {
     return true;
   }
-  const std::size_t ahead = std::min(range.size, Up(to, std::max(kStep, range.page)));
+  const std::size_t ahead = std::min(range.size, Up(to, StepAt(range, to)));
   const std::size_t old = range.open;
   if (Protect(start + old, ahead - old, PROT_READ | PROT_WRITE)) {
     range.open = ahead;
@@ -203,7 +214,7 @@ bool Open(std::uintptr_t start, Range& range, std::size_t from, std::size_t to) 
   }
   range.reach = std::max(range.reach, range.open);
 #ifdef MADV_POPULATE_WRITE
-  if (range.open - old <= kStep && old != 0) {
+  if (to - old <= kStep && old != 0) {
     madvise(PointerAt(start + old), range.open - old, MADV_POPULATE_WRITE);
   }
 #endif
@@ -226,28 +237,33 @@ bool Commit(std::uintptr_t address, std::size_t size) {
 }
 
 // Clears the bytes of [from, to), which lie in one host page that stays in use.
-void Clear(std::uintptr_t start, const Range& range, std::size_t from, std::size_t to) {
+bool Clear(std::uintptr_t start, const Range& range, std::size_t from, std::size_t to) {
   if (from >= to) {
-    return;
+    return true;
   }
-  if (to > range.open) {  // perhaps accessible, perhaps not
-    Protect(start + Down(from, range.page), range.page, PROT_READ | PROT_WRITE);
+  // Beyond the open part the page is perhaps accessible, perhaps not.
+  if (to > range.open &&
+      !Protect(start + Down(from, range.page), range.page, PROT_READ | PROT_WRITE)) {
+    return false;
   }
   std::memset(PointerAt(start + from), 0, to - from);
+  return true;
 }
 
 // Everything from `from` on goes: nothing behind it is committed.
 bool DropTail(std::uintptr_t start, Range& range, std::size_t from) {
   const std::size_t inner = Up(from, range.page);
-  Clear(start, range, from, std::min(inner, range.reach));
-  range.top = from;
+  if (!Clear(start, range, from, std::min(inner, range.reach))) {
+    return false;
+  }
+  range.top = std::min(range.top, from);
   if (inner >= range.reach) {
     return true;
   }
   if (madvise(PointerAt(start + inner), range.reach - inner, MADV_DONTNEED) != 0) {
     return false;
   }
-  const std::size_t keep = std::min(Up(inner, std::max(kStep, range.page)), range.reach);
+  const std::size_t keep = std::min(Up(inner, StepAt(range, inner)), range.reach);
   if (!Protect(start + keep, range.reach - keep, PROT_NONE)) {
     return false;
   }
@@ -276,11 +292,11 @@ bool Decommit(std::uintptr_t address, std::size_t size) {
   const std::size_t inner_from = Up(from, range.page);
   const std::size_t inner_to = Down(to, range.page);
   if (inner_from > inner_to) {
-    Clear(start, range, from, to);
-    return true;
+    return Clear(start, range, from, to);
   }
-  Clear(start, range, from, inner_from);
-  Clear(start, range, inner_to, to);
+  if (!Clear(start, range, from, inner_from) || !Clear(start, range, inner_to, to)) {
+    return false;
+  }
   return inner_from == inner_to ||
          madvise(PointerAt(start + inner_from), inner_to - inner_from, MADV_DONTNEED) == 0;
 }
@@ -295,18 +311,23 @@ bool Release(std::uintptr_t address) {
   return munmap(PointerAt(address), size) == 0;
 }
 
-// Moves the host pages of one mapping; `from` stays reserved.
+// Moves the host pages of one mapping; `from` stays reserved. False, with both ranges as they were,
+// when the host does not do that.
 bool MovePiece(std::uintptr_t to, std::uintptr_t from, std::size_t size) {
   void* const moved = mremap(PointerAt(from), size, size,
                              MREMAP_MAYMOVE | MREMAP_FIXED | MREMAP_DONTUNMAP, PointerAt(to));
-  return moved != MAP_FAILED && Map(from, size, MAP_FIXED);
+  if (moved == MAP_FAILED) {
+    Map(to, size, MAP_FIXED_NOREPLACE);  // in case the host has cleared the place already
+    return false;
+  }
+  return Map(from, size, MAP_FIXED);
 }
 
 // Where the pages cannot be moved: copies them step by step and gives each step back at once.
 bool CopyPiece(std::uintptr_t to, std::uintptr_t from, std::size_t size) {
   for (std::size_t done = 0; done < size; done += kStep) {
     const std::size_t step = std::min(kStep, size - done);
-    if (!Commit(to + done, step)) {
+    if (!Commit(to + done, step) || !Commit(from + done, step)) {
       return false;
     }
     std::memcpy(PointerAt(to + done), PointerAt(from + done), step);
@@ -317,34 +338,46 @@ bool CopyPiece(std::uintptr_t to, std::uintptr_t from, std::size_t size) {
   return true;
 }
 
-// Moves [offset, offset + size) of `from` to the start of `to`, one piece between seams at a time.
+// The ends of the pieces that [offset, offset + size) of `range` consists of, as lengths from
+// `offset`.
+std::vector<std::size_t> PieceEnds(const Range& range, std::size_t offset, std::size_t size) {
+  std::vector<std::size_t> ends{size};
+  for (const std::size_t seam : range.seams) {
+    if (seam > offset && seam < offset + size) {
+      ends.push_back(seam - offset);
+    }
+  }
+  std::sort(ends.begin(), ends.end());
+  ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
+  return ends;
+}
+
+// Moves [offset, offset + size) of `from` to the start of `to`, one piece at a time.
 bool MovePieces(RangeTable::Entry& to, RangeTable::Entry& from, std::size_t offset,
                 std::size_t size) {
   auto& [to_start, target] = to;
   auto& [from_start, source] = from;
-  std::vector<std::size_t> seams;
-  for (const std::size_t seam : source.seams) {
-    if (seam > offset && seam < offset + size) {
-      seams.push_back(seam - offset);
-    }
-  }
-  seams.push_back(size);
-  std::sort(seams.begin(), seams.end());
+  const std::vector<std::size_t> ends = PieceEnds(source, offset, size);
   std::size_t done = 0;
-  for (const std::size_t seam : seams) {
-    if (!MovePiece(to_start + done, from_start + offset + done, seam - done)) {
+  for (const std::size_t end : ends) {
+    const std::uintptr_t piece = from_start + offset + done;
+    if (MovePiece(to_start + done, piece, end - done)) {
+      target.open = std::max(target.open, end);
+      target.reach = std::max(target.reach, end);
+      target.top = std::max(target.top, end);
+    } else if (!CopyPiece(to_start + done, piece, end - done)) {
       return false;
     }
-    done = seam;
+    done = end;
   }
   std::erase_if(source.seams, [&](std::size_t s) { return s >= offset && s <= offset + size; });
   source.seams.insert(source.seams.end(), {offset, offset + size});
   std::erase_if(target.seams, [&](std::size_t s) { return s <= size; });
-  target.seams.insert(target.seams.end(), seams.begin(), seams.end());
-  target.top = std::max(target.top, size);
-  target.open = std::max(target.open, size);
-  target.reach = std::max(target.reach, size);
+  target.seams.insert(target.seams.end(), ends.begin(), ends.end());
   source.open = std::min(source.open, offset);
+  if (source.top <= offset + size) {
+    source.top = std::min(source.top, offset);
+  }
   return true;
 }
 

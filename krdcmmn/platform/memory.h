@@ -3,6 +3,13 @@
 // The page of these calls is fixed at 0x1000 bytes whatever the host's own page is: on a host with
 // larger pages a commit rounds outward and a decommit inward, and the bytes that stay behind in a
 // shared host page read as zero after they are committed again.
+//
+// A commit uses no memory by itself: pages take it as they are touched, in units of the host of at
+// most 2 MiB. Where a range grows page by page at its end, one step ahead of it is brought into
+// memory too: 64 KiB, and 2 MiB behind the first 32 MiB. Up to such a step behind the committed
+// part, and in gaps that were decommitted before its end, a stray access is not caught; anywhere
+// else an access to a page that is not committed faults. Different threads may work on different
+// ranges.
 #pragma once
 
 #include <functional>
@@ -20,7 +27,8 @@ inline constexpr DWORD PAGE_READWRITE = 4;
 // `type` MEM_RESERVE with a null `address`: a new range of `size` bytes, rounded up to 0x10000 and
 // aligned to 0x10000. MEM_COMMIT: makes the pages of [address, address + size) of a reserved range
 // usable; pages that are committed already keep their contents, new ones are zero. Gives the
-// address, or null with ERROR_NOT_ENOUGH_MEMORY (nothing has changed then).
+// address, or null with ERROR_NOT_ENOUGH_MEMORY (nothing has changed then), which is also the
+// answer to an address that lies in no range.
 KRDCMMN_API void* VirtualAlloc(void* address, std::size_t size, DWORD type, DWORD protection);
 
 // MEM_DECOMMIT: gives the memory of [address, address + size) back while the range stays reserved;
@@ -28,10 +36,11 @@ KRDCMMN_API void* VirtualAlloc(void* address, std::size_t size, DWORD type, DWOR
 // the whole range back. FALSE on failure.
 KRDCMMN_API BOOL VirtualFree(void* address, std::size_t size, DWORD type);
 
-// Moves the committed pages of [from, from + size) to the start `to` of another reserved range. The
-// pages move, their bytes are not copied, so no more memory is held at any moment than before.
-// Afterwards [to, to + size) is committed and [from, from + size) is not. `size` is a multiple of
-// 0x1000. FALSE when the target cannot be had; both ranges must then be released only.
+// Moves the pages of [from, from + size) to the start `to` of another reserved range. The pages
+// move, their bytes are not copied, so no more memory is held at any moment than before; where the
+// host cannot move them they are copied and given back 0x10000 bytes at a time. Afterwards [to,
+// to + size) is committed and [from, from + size) is not. `size` is a multiple of 0x1000. FALSE
+// when the target cannot be had; both ranges must then be released only.
 KRDCMMN_API BOOL VirtualMove(void* to, void* from, std::size_t size);
 
 // Test hook: asked before every call of this family with the kind of step and its size in bytes;
