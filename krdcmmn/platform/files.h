@@ -2,8 +2,14 @@
 // truncation, flush, size and mapping.
 //
 // Sharing holds between processes and inside one: an open succeeds only if its access is allowed by
-// the sharing of every other open handle of the file and its sharing allows their access. Every
-// call sets the thread's last error when it fails.
+// the sharing of every other open handle of the file and its sharing allows their access. The file
+// counts, not the path that led to it, and nobody sees an open half done. Pipes and devices have no
+// sharing, nor has a file system without locks. A handle that was inherited by a forked process is
+// the parent's: its sharing ends when the parent closes it.
+//
+// Every call sets the thread's last error when it fails. A handle that is not open, or no longer,
+// is ERROR_INVALID_HANDLE; a call that needs access the handle was not opened with is
+// ERROR_ACCESS_DENIED.
 #pragma once
 
 #include <functional>
@@ -31,8 +37,9 @@ inline constexpr DWORD FILE_MAP_READ = 4;
 
 // Opens `path`. CREATE_ALWAYS empties or creates, OPEN_ALWAYS opens or creates, OPEN_EXISTING only
 // opens; a file is emptied only after its sharing has been won. `security` and `template_file` are
-// null. A directory is not a file here. Gives a handle for CloseHandle, or INVALID_HANDLE_VALUE;
-// ERROR_SHARING_VIOLATION tells that another handle stands in the way.
+// null; `access` names reading, writing or both. A directory is not a file here. Gives a handle for
+// CloseHandle, or INVALID_HANDLE_VALUE; ERROR_SHARING_VIOLATION tells that another handle stands in
+// the way.
 KRDCMMN_API HANDLE CreateFileA(const char* path, DWORD access, DWORD share, void* security,
                                DWORD disposition, DWORD attributes, HANDLE template_file);
 
@@ -75,8 +82,9 @@ struct STAT64I32 {
 // 0, or -1 when there is no such file or its size does not fit.
 KRDCMMN_API int _stat64i32(const char* path, STAT64I32* out);
 
-// A mapping of exactly the file's length; `security` and `name` are null, `size_high` and
-// `size_low` are the length. Null for an empty file or a failure.
+// A mapping of the first bytes of the file, which `size_high` and `size_low` count; 0 is all of it.
+// The file is never lengthened: a size beyond its end is a failure. `security` and `name` are null.
+// Null for an empty file or a failure.
 KRDCMMN_API HANDLE CreateFileMappingA(HANDLE file, void* security, DWORD protection,
                                       DWORD size_high, DWORD size_low, const char* name);
 
