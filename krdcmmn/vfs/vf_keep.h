@@ -17,6 +17,9 @@
 namespace KRD {
 
 class NAME_INDEX;
+class VDIR;
+class VFILE;
+class VFSTORAGE;
 
 // As an array: the records in their file form of 64 bytes. They are brought up to date by a save;
 // the entries themselves live beside them and stay where they are when the table grows.
@@ -76,6 +79,9 @@ class KRDCMMN_API VF_KEEP : public MARRAY {
 
  private:
   friend class CONTAINER_WRITER;
+  friend class VDIR;
+  friend class VFILE;
+  friend class VFSTORAGE;
   using MARRAY::del;
   using MARRAY::empty;
   using MARRAY::get;
@@ -87,17 +93,19 @@ class KRDCMMN_API VF_KEEP : public MARRAY {
   virt_file& entry(int index) { return *entries_[static_cast<unsigned>(index)]; }
   bool isIndex(int index) const { return index >= 0 && static_cast<unsigned>(index) < nElem; }
   std::int32_t& headOf(int dir) { return dir < 0 ? firstRoot : entry(dir).firstEntry; }
-  void refuseOpenFiles(std::uint32_t dirty);
+  unsigned firstChanged(std::int32_t start) const;
+  void refuseOpenFiles(std::int32_t start) const;
   void removeConsumed();
   void dropRemoved();
   void unlink(int index);
   void loadTable(void* host, std::int32_t pos);
   void checkTree() const;
+  void checkParents() const;
   void checkLayout(std::int32_t pos) const;
 
   std::vector<std::unique_ptr<virt_file>> entries_;
   std::unique_ptr<NAME_INDEX> names_;  // finds names in long directories
-  std::uint32_t lastDirty_ = 0;        // from here on the last save wrote contents
+  unsigned lastDirty_ = 0;             // from here on the last save wrote contents
 };
 
 }  // namespace KRD

@@ -63,6 +63,10 @@ class KRDCMMN_API VDIR : public VFS_ENTITY {
   void vfremove(const char* name);
   void vfremove(int index);
   void vfremove(VFILE& file);
+
+ private:
+  friend class VFSTORAGE;
+  int addEntry(const char* name, int is_file);
 };
 
 // The base of an application's storage, which adds a header of its own.
@@ -111,7 +115,7 @@ class KRDCMMN_API VFSTORAGE {
   void RmDir(int index);
 
  protected:
-  // No commit. A derived storage is destroyed as what it is.
+  // No commit. There is no virtual destructor: derived storages are final.
   ~VFSTORAGE();
   void OpenFile(const char* path, bool write, bool create, bool exclusive);
 
@@ -120,7 +124,8 @@ class KRDCMMN_API VFSTORAGE {
   KRDSTR path;
 
  private:
-  void load();
+  bool load(std::int32_t size);
+  void abandonTable();
 };
 
 // Opens a file of the root directory, and closes it at the end of its scope. Mode 'r' on a missing

@@ -13,13 +13,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "krdcmmn/core/marray.h"
 
 namespace KRD {
 
-class CONTENT_READER;
+class BLOCK_WRITER;
 
 // An int at any address of a stream: reads and assigns like the int it stands for. Where the file
 // has no such int (no memory, an offset outside) it reads as -1 and forgets what it is assigned.
@@ -124,24 +123,33 @@ class KRDCMMN_API virt_file : public MARRAY {
 
  private:
   friend class VF_KEEP;
+  friend class CONTAINER_WRITER;
   struct LINK;
   struct EXTRAS;
 
   [[noreturn]] void raise(int code) const;
   char* at(int offset, int size);
+  EXTRAS& extras();
   LINK* findLink(int offset);
   template <class Visit>
   void eachLink(Visit visit);
-  void syncLinks();
-  void load(void* file);
-  void readContent(CONTENT_READER& reader);
-  void pack();
-  void dropPacked();
-  void encode(unsigned char* record) const;
-  void decode(const unsigned char* record);
+  void syncLink(const LINK& link);
+  void movePosC(int pos, std::int64_t size);
+  int stringSize();
 
-  std::unique_ptr<EXTRAS>
-      extras_;  // the linked arrays and the kept packed form, when there are any
+  void load(void* host);
+  void readContent(void* host);
+  std::uint64_t pack();
+  void writeBlocks(BLOCK_WRITER& out);
+  void distrust();
+  void settle(std::int64_t pos, std::uint64_t size);
+  void encode(char* record, std::int64_t pos, std::uint64_t size) const;
+  void decode(const char* record);
+
+  std::unique_ptr<EXTRAS> extras_;  // linked arrays and the kept packed form, when there are any
+  int first_before_reading_ = -1;
+  bool only_copy_ = false;  // saved once, but its place in the host file may be overwritten
+  bool damaged_ = false;    // could not be loaded
 };
 
 }  // namespace KRD
