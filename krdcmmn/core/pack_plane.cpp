@@ -1,8 +1,11 @@
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "krdcmmn/core/block_format.h"
 #include "krdcmmn/core/plane_coder.h"
+#include "krdcmmn/core/plane_window.h"
 
 namespace KRD {
 
@@ -10,72 +13,89 @@ namespace {
 
 using Byte = std::uint8_t;
 
-// The stream behind the tokens written so far; counts only when it writes nothing.
-class Sink {
- public:
-  explicit Sink(char* out) : start_(reinterpret_cast<Byte*>(out)) {}
+// The lowest `count` bits.
+constexpr std::uint64_t LowBits(std::size_t count) {
+  return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+}
 
-  std::size_t length() const { return length_; }
+// Ones from bit `from` upward without a gap.
+std::size_t OnesFrom(std::uint64_t bits, std::size_t from) {
+  return static_cast<std::size_t>(std::countr_one(bits >> from));
+}
 
-  void token(TokenKind kind, std::size_t produced) {
-    std::size_t value = produced - kind.bias;
-    while (value >> kind.bits != 0) {
-      byte(static_cast<Byte>(kPrefixBase | (value & 0xf)));
-      value >>= kPrefixBits;
-    }
-    byte(static_cast<Byte>(kind.base + value));
-  }
+bool Bit(std::uint64_t bits, std::size_t i) {
+  return (bits >> i & 1) != 0;
+}
 
-  void byte(Byte value) {
-    if (start_ != nullptr) {
-      start_[length_] = value;
-    }
-    ++length_;
-  }
-
- private:
-  Byte* start_;
-  std::size_t length_ = 0;
-};
-
+// The coder of one plane. All questions about the bytes ahead are answered from a window of masks
+// that starts a little in front of the position; only what the state decides is looked up anew.
+template <class Windows, bool kWrite>
 class PlaneEncoder {
  public:
   PlaneEncoder(char* out, const char* plane, std::size_t count)
-      : sink_(out), x_(reinterpret_cast<const Byte*>(plane)), end_(count) {}
+      : out_(reinterpret_cast<Byte*>(out)), x_(reinterpret_cast<const Byte*>(plane)), end_(count) {}
 
   std::size_t run() {
+    if (end_ == 0) {
+      return 0;
+    }
+    look(0);
     while (p_ < end_) {
+      if (p_ - base_ >= kStale) {
+        look(p_);
+      }
       if (!headToken()) {
         scanToken();
       }
     }
-    return sink_.length();
+    return length_;
   }
 
  private:
-  // x[q + i + 1] - x[q + i], from -255 to 255.
-  int step(std::size_t q, int i = 0) const {
-    const std::size_t at = q + static_cast<std::size_t>(i);
-    return x_[at + 1] - x_[at];
+  // From here on in a window a new one is worth more than what is left of the old.
+  static constexpr std::size_t kStale = 40;
+
+  void look(std::size_t base) {
+    base_ = base;
+    const std::size_t left = end_ - base;
+    if (left >= kWindowReach) {
+      bytes_ = x_ + base;
+      w_ = Windows::Look(bytes_);
+      scanned_ = LowBits(kWindow - 1);
+      return;
+    }
+    // The plane's last bytes, with nothing behind them that could match.
+    std::memcpy(tail_, x_ + base, left);
+    std::memset(tail_ + left, 0, sizeof tail_ - left);
+    bytes_ = tail_;
+    w_ = Windows::Look(tail_);
+    w_.same &= LowBits(left - 1);
+    const std::uint64_t with_two = LowBits(left < 2 ? 0 : left - 2);
+    w_.back &= with_two;
+    w_.even_step &= with_two;
+    w_.zigzag &= with_two;
+    scanned_ = LowBits(left < 3 ? 0 : left - 3);
   }
+
   bool isRecent(Byte x) const { return x == recent_[0] || x == recent_[1] || x == recent_[2]; }
   bool isRecentPair(Byte x, Byte y) const {
     return (x == recent_[1] && y == recent_[0]) || (x == recent_[0] && y == recent_[1]);
   }
+  bool isStep(int d) const { return d == step_[0] || d == step_[1]; }
 
   // The token that starts right here, if one does.
   bool headToken() {
-    const std::size_t left = end_ - p_;
+    const std::size_t at = p_ - base_;
     const Byte* x = x_ + p_;
-    if (left >= 2 && x[1] == x[0]) {
+    if (Bit(w_.same, at)) {
       repeat();
-    } else if (left >= 2 && isRecentPair(x[0], x[1])) {
+    } else if (end_ - p_ >= 2 && isRecentPair(x[0], x[1])) {
       alternate();
-    } else if (left >= 3 && x[2] == x[0]) {
+    } else if (Bit(w_.back, at)) {
       alternate();
-    } else if (left >= 3 && step(p_) == -1 && step(p_, 1) == 3) {
+    } else if (Bit(w_.zigzag, at)) {
       zigzag();
-    } else if (left >= 3 && step(p_) == step(p_, 1)) {
+    } else if (Bit(w_.even_step, at)) {
       ramp();
     } else if (isRecent(x[0])) {
       repeat();
@@ -85,98 +105,110 @@ class PlaneEncoder {
     return true;
   }
 
-  // The next place that is worth a token, with a literal in front of it.
+  // The next place that is worth a token, with a literal in front of it. A place in the last three
+  // bytes is worth none.
   void scanToken() {
-    for (std::size_t q = p_; q + 3 < end_; ++q) {
-      const int d = step(q);
-      const int e = step(q, 1);
-      const int f = step(q, 2);
-      if (d != 0 && e == -d && f == d) {
-        literal(q);
-        return alternate();
+    for (std::size_t at = p_ - base_;; at = 0) {
+      const std::uint64_t pair = Windows::LookForPair(bytes_, recent_[0], recent_[1]) & ~w_.same;
+      const std::uint64_t back_twice = w_.back & w_.back >> 1 & ~w_.same;
+      std::uint64_t candidates =
+          (w_.same | back_twice | w_.even_step | w_.zigzag | pair) & scanned_ & ~LowBits(at);
+      for (; candidates != 0; candidates &= candidates - 1) {
+        const auto i = static_cast<std::size_t>(std::countr_zero(candidates));
+        const std::size_t q = base_ + i;
+        if (Bit(w_.same, i)) {
+          if (Bit(w_.same, i + 1) || isRecent(x_[q])) {
+            literal(q);
+            return repeat();
+          }
+        } else if (Bit(back_twice, i)) {
+          literal(q);
+          return alternate();
+        } else if (Bit(w_.even_step, i) &&
+                   (Bit(w_.even_step, i + 1) || isStep(x_[q + 1] - x_[q]))) {
+          literal(q);
+          return ramp();
+        } else if (Bit(w_.zigzag, i)) {
+          literal(q);
+          return zigzag();
+        } else if (Bit(pair, i)) {
+          literal(q);
+          return alternate();
+        }
       }
-      if (d != 0 && d == e && d == f) {
-        literal(q);
-        return ramp();
+      if (bytes_ == tail_) {
+        return literal(end_);
       }
-      if (d == 0 && e == 0) {
-        literal(q);
-        return repeat();
-      }
-      if (d == e && (d == step_[0] || d == step_[1])) {
-        literal(q);
-        return ramp();
-      }
-      if (d == -1 && e == 3) {
-        literal(q);
-        return zigzag();
-      }
-      if (d == 0 && isRecent(x_[q])) {
-        literal(q);
-        return repeat();
-      }
-      if (d != 0 && isRecentPair(x_[q], x_[q + 1])) {
-        literal(q);
-        return alternate();
-      }
+      look(base_ + kWindow - 1);
     }
-    literal(end_);
   }
 
   void literal(std::size_t q) {
     if (q == p_) {
       return;
     }
-    sink_.token(kLiteral, q - p_);
-    for (; p_ < q; ++p_) {
-      sink_.byte(x_[p_]);
+    const std::size_t n = q - p_;
+    token(kLiteral, n);
+    if constexpr (kWrite) {
+      if (n <= 16 && end_ - p_ >= 16) {
+        std::memcpy(out_ + length_, x_ + p_, 16);  // the room for the rest of the plane takes it
+      } else {
+        std::memcpy(out_ + length_, x_ + p_, n);
+      }
     }
+    length_ += n;
+    p_ = q;
+  }
+
+  // What a mask says of the bytes from the position on, and `more` of those behind the window.
+  template <class More>
+  std::size_t reach(std::uint64_t bits, std::size_t known, More more) const {
+    const std::size_t at = p_ - base_;
+    const std::size_t ones = OnesFrom(bits, at);
+    const std::size_t m = known + ones;
+    return ones < kWindow - at ? m : m + more(x_ + p_ + m, end_ - p_ - m);
   }
 
   void repeat() {
+    const std::size_t m = reach(
+        w_.same, 1, [](const Byte* x, std::size_t count) { return Windows::Repeats(x, 1, count); });
     const Byte x = x_[p_];
-    std::size_t m = 1;
-    while (p_ + m < end_ && x_[p_ + m] == x) {
-      ++m;
-    }
     if (x == recent_[0]) {
-      sink_.token(kRepeatRecent0, m);
+      token(kRepeatRecent0, m);
     } else if (x == recent_[1]) {
-      sink_.token(kRepeatRecent1, m);
+      token(kRepeatRecent1, m);
       if (m > 1) {
         std::swap(recent_[0], recent_[1]);
       }
     } else if (x == recent_[2]) {
-      sink_.token(kRepeatRecent2, m);
+      token(kRepeatRecent2, m);
       if (m > 1) {
         pushRecent(x);
       }
     } else {
-      sink_.token(kRepeatNew, m);
-      sink_.byte(x);
+      token(kRepeatNew, m);
+      byte(x);
       pushRecent(x);
     }
     p_ += m;
   }
 
   void alternate() {
+    const std::size_t m = reach(
+        w_.back, 2, [](const Byte* x, std::size_t count) { return Windows::Repeats(x, 2, count); });
     const Byte x = x_[p_];
     const Byte y = x_[p_ + 1];
-    std::size_t m = 2;
-    while (p_ + m < end_ && x_[p_ + m] == x_[p_ + m - 2]) {
-      ++m;
-    }
     if (x == recent_[1] && y == recent_[0]) {
-      sink_.token(kAlternateOld, m);
+      token(kAlternateOld, m);
     } else if (x == recent_[0] && y == recent_[1]) {
-      sink_.token(kAlternateTurned, m);
+      token(kAlternateTurned, m);
       if (m > 2) {
         std::swap(recent_[0], recent_[1]);
       }
     } else {
-      sink_.token(kAlternateNew, m);
-      sink_.byte(x);
-      sink_.byte(y);
+      token(kAlternateNew, m);
+      byte(x);
+      byte(y);
       if (x != recent_[1] && y != recent_[1]) {
         recent_[2] = recent_[1];
       } else if (x != recent_[0] && y != recent_[0]) {
@@ -190,31 +222,30 @@ class PlaneEncoder {
 
   void zigzag() {
     std::size_t m = 3;
-    while (p_ + m < end_ && step(p_ + m - 1) == (m % 2 == 1 ? -1 : 3)) {
+    while (p_ + m < end_ && x_[p_ + m] - x_[p_ + m - 1] == (m % 2 == 1 ? -1 : 3)) {
       ++m;
     }
-    sink_.token(kZigzag, m);
-    sink_.byte(x_[p_]);
+    token(kZigzag, m);
+    byte(x_[p_]);
     p_ += m;
   }
 
   void ramp() {
-    const int d = step(p_);
-    std::size_t m = 2;
-    while (p_ + m < end_ && step(p_ + m - 1) == d) {
-      ++m;
-    }
+    const int d = x_[p_ + 1] - x_[p_];
+    const std::size_t m = reach(w_.even_step, 2, [d](const Byte* x, std::size_t count) {
+      return Windows::Climbs(x, d, count);
+    });
     if (d == step_[0]) {
-      sink_.token(kRampStep0, m);
+      token(kRampStep0, m);
     } else if (d == step_[1]) {
-      sink_.token(kRampStep1, m);
+      token(kRampStep1, m);
       std::swap(step_[0], step_[1]);
     } else {
-      sink_.token(kRampNew, m);
-      sink_.byte(static_cast<Byte>(d));
+      token(kRampNew, m);
+      byte(static_cast<Byte>(d));
       step_[1] = std::exchange(step_[0], d);
     }
-    sink_.byte(x_[p_]);
+    byte(x_[p_]);
     p_ += m;
   }
 
@@ -224,18 +255,56 @@ class PlaneEncoder {
     recent_[0] = x;
   }
 
-  Sink sink_;
+  void token(TokenKind kind, std::size_t produced) {
+    std::size_t value = produced - kind.bias;
+    while (value >> kind.bits != 0) {
+      byte(static_cast<Byte>(kPrefixBase | (value & 0xf)));
+      value >>= kPrefixBits;
+    }
+    byte(static_cast<Byte>(kind.base + value));
+  }
+
+  void byte(Byte value) {
+    if constexpr (kWrite) {
+      out_[length_] = value;
+    }
+    ++length_;
+  }
+
+  Byte* out_;
+  std::size_t length_ = 0;
   const Byte* x_;
   std::size_t end_;
   std::size_t p_ = 0;
   Byte recent_[3] = {kFirstRecent[0], kFirstRecent[1], kFirstRecent[2]};
   int step_[2] = {kFirstStep[0], kFirstStep[1]};
+
+  // The window: its masks, its first byte's place in the plane, and its bytes.
+  PlaneWindow w_;
+  std::uint64_t scanned_;  // where a scan may stop
+  std::size_t base_;
+  const Byte* bytes_;
+  Byte tail_[kWindowReach + 14];
 };
+
+template <class Windows>
+std::size_t Pack(char* out, const char* plane, std::size_t count) {
+  return out != nullptr ? PlaneEncoder<Windows, true>(out, plane, count).run()
+                        : PlaneEncoder<Windows, false>(out, plane, count).run();
+}
 
 }  // namespace
 
 std::size_t PackPlane(char* out, const char* plane, std::size_t count) {
-  return PlaneEncoder(out, plane, count).run();
+#if defined(__SSE2__)
+  return Pack<Sse2Windows>(out, plane, count);
+#else
+  return Pack<PortableWindows>(out, plane, count);
+#endif
+}
+
+std::size_t PackPlanePortable(char* out, const char* plane, std::size_t count) {
+  return Pack<PortableWindows>(out, plane, count);
 }
 
 }  // namespace KRD
