@@ -21,15 +21,18 @@ namespace {
 constexpr int kShortTransfer = 2;
 constexpr int kDamagedBlock = 3;
 
-constexpr std::size_t kScratch = std::size_t{8} << 20;
+// Planes are copied out of the elements in what a second-level cache holds. On the way back all of
+// them wait for the last one's stream to be found whole, as long as this is not too much.
+constexpr std::size_t kPackScratch = std::size_t{1} << 20;
+constexpr std::size_t kUnpackScratch = std::size_t{8} << 20;
 constexpr std::size_t kMaxPayload = 1000000000;  // what one array of bytes may hold
 
 // A stretch of planes at a time, copied out of the elements or waiting to go into them.
 class PlaneGroup {
  public:
-  PlaneGroup(std::size_t count, std::size_t stride)
+  PlaneGroup(std::size_t count, std::size_t stride, std::size_t scratch)
       : count_(count),
-        planes_(std::clamp(std::max(kScratch, count * stride / 4) / count, std::size_t{1}, stride)),
+        planes_(std::clamp(std::max(scratch, count * stride / 4) / count, std::size_t{1}, stride)),
         bytes_(AllocateBytes(count_ * planes_)) {}
 
   // Planes from `first` on that go together in a stride of `stride`.
@@ -51,24 +54,54 @@ class PlaneGroup {
   HeapBytes bytes_;
 };
 
-// Packs all planes to `out`, or only measures when it is null; gives the payload's length.
-std::size_t PackPayload(char* out, const char* elements, std::size_t count, std::size_t stride) {
-  std::size_t length = 0;
-  const auto pack = [&](const char* plane) {
-    length += PackPlane(out != nullptr ? out + length : nullptr, plane, count);
-  };
-  if (stride == 1) {
-    pack(elements);
-    return length;
+// A block's bytes while they come into being: grows, and never holds fresh memory in plenty, which
+// costs more than the packing that would fill it.
+class GrowingBytes {
+ public:
+  void reserve(std::size_t size) {
+    if (size <= capacity_) {
+      return;
+    }
+    resize(std::max(size, capacity_ + capacity_ / 2));
   }
-  PlaneGroup group(count, stride);
+  // Gives back what lies behind `size` bytes when it is worth the trouble.
+  HeapBytes finish(std::size_t size) {
+    if (capacity_ - size > capacity_ / 8) {
+      resize(size);
+    }
+    return std::move(bytes_);
+  }
+  char* at(std::size_t offset) { return bytes_.get() + offset; }
+
+ private:
+  void resize(std::size_t size) {
+    void* block = std::realloc(bytes_.get(), size);
+    if (block == nullptr) {
+      MARRAY::MemoryError();
+    }
+    static_cast<void>(bytes_.release());
+    bytes_.reset(static_cast<char*>(block));
+    capacity_ = size;
+  }
+
+  HeapBytes bytes_;
+  std::size_t capacity_ = 0;
+};
+
+// Calls `work` with each plane in turn, its bytes side by side.
+template <class Work>
+void ForEachPlane(const char* elements, std::size_t count, std::size_t stride, Work work) {
+  if (stride == 1) {
+    work(elements);
+    return;
+  }
+  PlaneGroup group(count, stride, kPackScratch);
   for (std::size_t first = 0; first < stride; first += group.size(first, stride)) {
     group.gather(elements, stride, first);
     for (std::size_t g = 0; g < group.size(first, stride); ++g) {
-      pack(group.plane(g));
+      work(group.plane(g));
     }
   }
-  return length;
 }
 
 // Whether the payload holds a whole stream for every plane.
@@ -102,20 +135,20 @@ PackedBlock::PackedBlock(const char* elements, int count, int size_elem)
     size_ = static_cast<std::uint32_t>(n * stride);
     return;
   }
-  bytes_ = AllocateBytes(PackPlaneBound(n) * stride + kBlockOverhead);
-  char* const payload = bytes_.get() + kLengthSize;
-  const std::size_t length = PackPayload(payload, elements, n, stride);
+  GrowingBytes bytes;
+  std::size_t end = kLengthSize;
+  ForEachPlane(elements, n, stride, [&](const char* plane) {
+    bytes.reserve(end + PackPlaneBound(n) + kChecksumSize);
+    end += PackPlane(bytes.at(end), plane, n);
+  });
+  const std::size_t length = end - kLengthSize;
   if (length > kMaxPayload) {
     ThrowException(new MA_EXCEPTION(4, static_cast<int>(length), 1, 0, true));
   }
-  StoreU32(bytes_.get(), static_cast<std::uint32_t>(length));
-  StoreU32(payload + length, BlockChecksum(payload, length));
+  StoreU32(bytes.at(0), static_cast<std::uint32_t>(length));
+  StoreU32(bytes.at(end), BlockChecksum(bytes.at(kLengthSize), length));
   size_ = static_cast<std::uint32_t>(length) + kBlockOverhead;
-  // What the payload did not need goes back; a block that cannot be made smaller stays as it is.
-  if (void* fitted = std::realloc(bytes_.get(), size_)) {
-    static_cast<void>(bytes_.release());
-    bytes_.reset(static_cast<char*>(fitted));
-  }
+  bytes_ = bytes.finish(size_);
 }
 
 PackedBlock::PackedBlock(PackedBlock&& other) noexcept
@@ -148,7 +181,10 @@ std::uint32_t PackedSize(const char* elements, int count, int size_elem) {
   if (count <= kRawElements) {
     return static_cast<std::uint32_t>(n * stride);
   }
-  return static_cast<std::uint32_t>(PackPayload(nullptr, elements, n, stride)) + kBlockOverhead;
+  std::size_t length = 0;
+  ForEachPlane(elements, n, stride,
+               [&](const char* plane) { length += PackPlane(nullptr, plane, n); });
+  return static_cast<std::uint32_t>(length) + kBlockOverhead;
 }
 
 void ReadPacked(void* file, char* elements, int count, int size_elem) {
@@ -191,7 +227,7 @@ bool UnpackPayload(const char* payload, std::size_t size, char* elements, int co
   if (stride == 1) {
     return HoldsPlanes(payload, end, n, 1) && UnpackPlane(elements, elements + n, payload, end);
   }
-  PlaneGroup group(n, stride);
+  PlaneGroup group(n, stride, kUnpackScratch);
   if (group.size(0, stride) < stride && !HoldsPlanes(payload, end, n, stride)) {
     return false;
   }
