@@ -1,6 +1,7 @@
 // Points, rectangles and the one rounding of the drawing and font code.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -29,14 +30,16 @@ struct LTRB {
 // Half away from zero: the truncation of v + 0.5 for v >= 0 and of v - 0.5 for a negative v. What
 // lies outside 32 bits gives the nearest end of the range, not-a-number gives 0.
 inline std::int32_t RoundHalfAway(double v) {
-  const double shifted = v >= 0 ? v + 0.5 : v - 0.5;
-  if (shifted > -2147483649.0 && shifted < 2147483648.0) {
-    return static_cast<std::int32_t>(shifted);
+  if (std::abs(v) < 2147483647.0) [[likely]] {
+    return static_cast<std::int32_t>(v + std::copysign(0.5, v));
   }
-  if (shifted >= 2147483648.0) {
+  if (v >= 2147483647.0) {
     return std::numeric_limits<std::int32_t>::max();
   }
-  return shifted <= -2147483649.0 ? std::numeric_limits<std::int32_t>::min() : 0;
+  if (v <= -2147483647.5) {
+    return std::numeric_limits<std::int32_t>::min();
+  }
+  return v < 0 ? -std::numeric_limits<std::int32_t>::max() : 0;
 }
 
 }  // namespace KRD
