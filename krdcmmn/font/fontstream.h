@@ -16,9 +16,7 @@ class KRDCMMN_API fontstream {
   // octant has them on the square about the circle.
   virtual int arc(int width, KRD::DOT centre, KRD::DOT first, KRD::DOT second) = 0;
   virtual int circle(int width, KRD::DOT centre, int radius) = 0;
-
- protected:
-  ~fontstream() = default;
+  virtual ~fontstream() = default;
 };
 
 }  // namespace kr

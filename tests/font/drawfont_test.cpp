@@ -217,6 +217,7 @@ TEST_F(DrawFontTest, NoFontNoHeightAndHugeValuesAreHarmless) {
 // Draw lies on the sink's arcs.
 TEST_F(DrawFontTest, DrawAndWriteAgreeOnArcs) {
   text.SetHeight(60);
+  text.SetColor(0);
   text.SetSWidth(0.0);
   for (bool mirror : {false, true}) {
     for (int angle = 0; angle < 3600; angle += 230) {
