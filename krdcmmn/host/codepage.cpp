@@ -86,18 +86,19 @@ bool IsPlainAscii(const char* text, unsigned length) {
 }
 
 std::string Utf8ToAnsi(const char* text, unsigned length) {
+  const int size = SizeOf(length);
   if (IsPlainAscii(text, length)) {
     return std::string(text, length);
   }
-  return UnitsToAnsi(ToUnits(CP_UTF8, text, SizeOf(length)));
+  return UnitsToAnsi(ToUnits(CP_UTF8, text, size));
 }
 
 std::string AnsiToUtf8(const char* text, unsigned length) {
+  const int size = SizeOf(length);
   if (IsPlainAscii(text, length)) {
     return std::string(text, length);
   }
-  const std::vector<char16_t> units = ToUnits(CP_ACP, text, SizeOf(length));
-  const int size = static_cast<int>(units.size());
+  const std::vector<char16_t> units = ToUnits(CP_ACP, text, size);
   const auto convert = [&](char* out, int capacity) {
     return WideCharToMultiByte(CP_UTF8, 0, units.data(), size, out, capacity, nullptr, nullptr);
   };
