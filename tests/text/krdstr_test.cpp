@@ -177,7 +177,7 @@ TEST(Krdstr, BlocksGrowAndGoBackAtTheirLimits) {
   s = "";
   EXPECT_STR(s, "", 1);
   s = "abcd";
-  s = s;
+  s = static_cast<const Str&>(s);
   EXPECT_STR(s, "abcd", 5);
   s += static_cast<const char*>(nullptr);
   EXPECT_STR(s, "abcd", 5);

@@ -18,6 +18,7 @@ class Str : public KRD::KRDSTR {
   using KRD::KRDSTR::ConcatInPlace;
   Str() = default;
   Str(const Str&) = default;
+  Str& operator=(const Str&) = default;
   Str(const KRDSTR& s) : KRDSTR(s) {}
 
   int capacity() const { return cap; }

@@ -1,0 +1,266 @@
+#include "krdcmmn/text/hash_text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "tests/text/memory.h"
+#include "tests/text/plain_index.h"
+#include "tests/text/probe.h"
+
+namespace {
+
+using krtest::CodeOf;
+using krtest::PlainIndex;
+
+class Index : public KRD::HASH_TEXT {
+ public:
+  using KRD::HASH_TEXT::compare;
+  using KRD::HASH_TEXT::compareN;
+  using KRD::HASH_TEXT::hash;
+  using KRD::HASH_TEXT::hashExt;
+  std::vector<int> bucketList() const { return {buckets.begin(), buckets.end()}; }
+  unsigned bucketCount() const { return buckets.count(); }
+  // The ids of a bucket's chain.
+  std::vector<int> idsOf(std::size_t bucket) const {
+    std::vector<int> ids;
+    for (int id = buckets[static_cast<unsigned>(bucket)]; id >= 0;
+         id = chain[static_cast<unsigned>(id)]) {
+      ids.push_back(id);
+    }
+    return ids;
+  }
+};
+
+void ExpectSame(const Index& index, const PlainIndex& plain) {
+  ASSERT_EQ(index.nElem(), static_cast<int>(plain.strings.size()));
+  for (unsigned i = 0; i < plain.strings.size(); ++i) {
+    ASSERT_STREQ(index(i), plain.strings[i].c_str());
+  }
+  ASSERT_EQ(index.bucketList(), plain.buckets);
+  for (std::size_t bucket = 0; bucket < plain.buckets.size(); ++bucket) {
+    std::vector<int> ids;
+    for (int id = plain.buckets[bucket]; id >= 0; id = plain.chain[static_cast<std::size_t>(id)]) {
+      ids.push_back(id);
+    }
+    ASSERT_EQ(index.idsOf(bucket), ids) << bucket;
+  }
+}
+
+// Every way in and out, the base class's among them, and after each step the same strings, the same
+// ids, the same buckets and the same order in every chain.
+void RunAgainstPlainIndex(unsigned seed, bool ignore_case) {
+  std::mt19937 random(seed);
+  Index index;
+  if (ignore_case) {
+    index.setIgnoreCase();
+  }
+  PlainIndex plain(ignore_case);
+  const bool behind_its_back = seed % 3 == 0;
+  for (int step = 0; step < 700; ++step) {
+    std::string text = std::to_string(random() % 120);
+    text += static_cast<char>("aAbB\xc1"[random() % 5]);
+    if (random() % 30 == 0) {
+      text.clear();
+    }
+    const auto i = static_cast<int>(random() % 100);
+    switch (random() % (behind_its_back ? 12 : 8)) {
+      case 0:
+        ASSERT_EQ(index.del(text.c_str()), plain.del(text));
+        break;
+      case 1:
+        ASSERT_EQ(index(text.c_str()), plain.find(text));
+        break;
+      case 2:
+        ASSERT_EQ(index(text.data(), text.data() + text.size()), plain.find(text));
+        break;
+      case 3:
+        if (random() % 4 == 0 && i < index.nElem()) {
+          index.rename(i, text.c_str());
+          plain.strings[static_cast<std::size_t>(i)] = text;
+          plain.rebuild(0);
+        } else if (random() % 20 == 0) {
+          index.rebuild(i);
+          plain.rebuild(i);
+        } else if (random() % 60 == 0) {
+          index.empty();
+          plain.empty();
+        }
+        break;
+      case 8:
+        index.BASE_TEXT::add(text.c_str());
+        plain.strings.push_back(text);
+        plain.chain.push_back(-1);
+        break;
+      case 9:
+        if (i < index.nElem()) {
+          index.BASE_TEXT::set(i, text.c_str());
+          plain.strings[static_cast<std::size_t>(i)] = text;
+        }
+        break;
+      default: {
+        const auto [id, is_new] = plain.add(text);
+        ASSERT_EQ(index.add(text.c_str()), id);
+        ASSERT_EQ(index.isAddNew(), is_new);
+      }
+    }
+    ASSERT_NO_FATAL_FAILURE(ExpectSame(index, plain)) << step;
+  }
+}
+
+TEST(HashText, EveryStepIsThatOfThePlainIndex) {
+  for (unsigned seed = 1; seed <= 24; ++seed) {
+    SCOPED_TRACE(seed);
+    ASSERT_NO_FATAL_FAILURE(RunAgainstPlainIndex(seed, seed % 2 == 0));
+  }
+}
+
+TEST(HashText, GrowthRehashesInTheSameOrder) {
+  Index index;
+  PlainIndex plain(false);
+  for (unsigned i = 0; i < 20000; ++i) {
+    const std::string text = std::to_string(i * 2654435761u) + "/" + std::to_string(i % 7);
+    ASSERT_EQ(index.add(text.c_str()), plain.add(text).first);
+  }
+  ExpectSame(index, plain);
+}
+
+TEST(HashText, HashFollowsItsFormula) {
+  Index index;
+  EXPECT_EQ(index("abc"), -1);
+  EXPECT_EQ(index.del("abc"), -1);
+  EXPECT_EQ(index.bucketCount() + static_cast<unsigned>(index.hash("abc")), 0u);
+  index.rebuild(0);
+  const char text[] = "xabcy";
+  EXPECT_EQ(index.hash(""), 27);
+  EXPECT_EQ(index.hash("abc"), 54);
+  EXPECT_EQ(index.hash("ABC"), 25);
+  EXPECT_EQ(index.hashExt(text + 1, text + 4), 54);
+  index.rebuild(1000);
+  EXPECT_EQ(index.bucketCount(), 2065u);
+  EXPECT_EQ(CodeOf([&] { index.rebuild(0x7fffffff); }), 4);
+  EXPECT_EQ(index.bucketCount(), 0u);
+}
+
+TEST(HashText, RangesMatchWholeStringsOnly) {
+  Index index;
+  index.add("abcd");
+  const char text[] = "abcdef";
+  EXPECT_EQ(index(text, text + 3), -1);
+  index.add("abc");
+  EXPECT_EQ(index(text, text + 3), 1);
+  EXPECT_EQ(index(text, text + 4), 0);
+  const char broken[] = "abc\0d";
+  EXPECT_EQ(index(broken, broken + 4), -1);
+  EXPECT_EQ(index(text, text), -1);
+  index.add("");
+  EXPECT_EQ(index(text, text), 2);
+}
+
+TEST(HashText, CaseIsThatOfTheCodePage) {
+  KRD::HASH_TEXT_NOCASE names;
+  EXPECT_EQ(names.add("Net \xe9"), 0);
+  EXPECT_EQ(names.add("NET \xc9"), 0);
+  EXPECT_FALSE(names.isAddNew());
+  EXPECT_STREQ(names(0), "Net \xe9");
+  const char text[] = "nEt \xc9!";
+  EXPECT_EQ(names(text, text + 5), 0);
+  names.setCase();
+  EXPECT_EQ(names.nElem(), 0);
+  names.add("Net");
+  EXPECT_EQ(names("NET"), -1);
+
+  Index index;
+  EXPECT_FALSE(index.compare("a", "A"));
+  EXPECT_TRUE(index.compareN("ab", "ac", 1));
+  index.setIgnoreCase();
+  EXPECT_TRUE(index.compare("a", "A"));
+  EXPECT_TRUE(
+      index.compareN("\xe9"
+                     "b",
+                     "\xc9"
+                     "c",
+                     1));
+}
+
+TEST(HashText, RemovalLowersTheIdsBehind) {
+  Index index;
+  for (char c = '0'; c <= '9'; ++c) {
+    index.add(std::string(1, c).c_str());
+  }
+  EXPECT_EQ(index.del("3"), 3);
+  EXPECT_EQ(index("7"), 6);
+  EXPECT_EQ(index("3"), -1);
+  index.BASE_TEXT::del(0);  // behind its back: the next lookup sees the strings that are there
+  EXPECT_EQ(index("0"), -1);
+  EXPECT_EQ(index("9"), 7);
+  index.BASE_TEXT::empty();
+  EXPECT_EQ(index("9"), -1);
+  EXPECT_EQ(index.add("9"), 0);
+}
+
+TEST(HashText, SwapTakesEverything) {
+  Index a;
+  Index b;
+  b.setIgnoreCase();
+  b.add("Net");
+  a.add("x");
+  a.add("y");
+  a.swap(b);
+  EXPECT_EQ(a("NET"), 0);
+  EXPECT_EQ(b("y"), 1);
+  EXPECT_EQ(b("Y"), -1);
+  EXPECT_EQ(a.add("nET"), 0);
+}
+
+TEST(HashText, StringsFilledInPlaceAreFound) {
+  Index index;
+  index.add("abc");
+  index.addEmpty(3);
+  index.rebuild(0);
+  std::memcpy(const_cast<char*>(index(1u)), "abc", 3);
+  index.rebuild(0);
+  EXPECT_EQ(index.del("abc"), 0);  // the double was left out
+  EXPECT_EQ(index("abc"), -1);
+  index.rebuild(0);
+  EXPECT_EQ(index("abc"), 0);
+}
+
+TEST(HashText, CopyAlwaysEnds) {
+  Index index;
+  index.add("abcdef");
+  char out[8] = "#######";
+  EXPECT_EQ(index.copy(out, 0, 0), out);
+  EXPECT_STREQ(out, "#######");
+  EXPECT_STREQ(index.copy(out, 0, 4), "abc");
+  EXPECT_STREQ(index.copy(out, 0, 8), "abcdef");
+  EXPECT_STREQ(index.copy(out, -1, 8), "");
+}
+
+TEST(HashText, FailedMemoryKeepsTheTable) {
+  for (int granted = 0; granted < 12; ++granted) {
+    Index index;
+    for (int i = 0; i < 64; ++i) {
+      index.add(std::to_string(i).c_str());
+    }
+    int code;
+    {
+      const krtest::FailingMemory failing(granted);
+      code = CodeOf([&] {
+        index.add(
+            "and one that is longer than the room behind it in the pool, whatever that is now");
+        index.add("1000");
+        index.add("1001");
+      });
+    }
+    EXPECT_TRUE(code == 0 || code == 2);
+    for (int i = 0; i < 64; ++i) {
+      ASSERT_EQ(index(std::to_string(i).c_str()), i);
+    }
+  }
+}
+
+}  // namespace
