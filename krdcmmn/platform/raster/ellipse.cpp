@@ -82,7 +82,7 @@ OutlineRuns RunsOf(const Box& box, std::int64_t extent, std::int64_t outer) {
   const std::int64_t low = box.left + (box.a - extent) / 2;
   const std::int64_t high = box.left + (box.a + extent) / 2;
   if (outer == kNoRow || extent == 0) {
-    return {low, high, 1, 0};
+    return {low, high, high + 1, high};
   }
   const std::int64_t start = std::min(extent, outer + 2);
   return {low, box.left + (box.a - start) / 2, box.left + (box.a + start) / 2, high};

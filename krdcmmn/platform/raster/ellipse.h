@@ -56,7 +56,8 @@ class Sector {
  public:
   Sector(const Box& box, Place start, Place end);
   bool whole() const { return whole_; }
-  // The pixel at doubled place (x, y) from the middle. The middle itself belongs to every sector.
+  // The pixel at doubled place (x, y) from the middle. The middle itself
+  // counts as lying to the right.
   bool holds(std::int64_t x, std::int64_t y) const;
 
   // Hands those pieces of the row's run [low, high] that lie in the sector to `sink(low, high)`.

@@ -29,6 +29,7 @@ Sector::Sector(const Box& box, Place start, Place end) {
 
 // Whether (x, y) is on the ray or anticlockwise of it by less than half a turn.
 bool Sector::LeftOf(Place ray, std::int64_t x, std::int64_t y) {
+  x += x == 0 && y == 0 ? 1 : 0;
   constexpr std::int64_t kSmall = std::int64_t{1} << 30;
   const auto small = [](std::int64_t v) { return v < kSmall && v > -kSmall; };
   if (small(ray.x) && small(ray.y) && small(x) && small(y)) {
@@ -40,24 +41,18 @@ bool Sector::LeftOf(Place ray, std::int64_t x, std::int64_t y) {
 }
 
 bool Sector::holds(std::int64_t x, std::int64_t y) const {
-  if (whole_ || (x == 0 && y == 0)) {
+  if (whole_) {
     return true;
   }
   return wide_ ? LeftOf(start_, x, y) || !LeftOf(end_, x, y)
                : LeftOf(start_, x, y) && !LeftOf(end_, x, y);
 }
 
-// Along a row each ray changes its side at most once, except that the middle pixel stands alone.
+// Along a row each ray changes its side at most once.
 std::int64_t Sector::SameSideUntil(std::int64_t low, std::int64_t high, std::int64_t middle2,
                                    std::int64_t y) const {
   if (whole_) {
     return high;
-  }
-  if (y == 0 && 2 * low <= middle2 && middle2 <= 2 * high && middle2 % 2 == 0) {
-    if (2 * low == middle2) {
-      return low;
-    }
-    high = middle2 / 2 - 1;
   }
   const auto side = [&](std::int64_t x) {
     const std::int64_t qx = 2 * x - middle2;
