@@ -17,6 +17,7 @@ constexpr int kMaxInsert = 99;
 constexpr int kMaxWidth = 4095;             // of one insert, in characters
 constexpr std::size_t kMaxText = 1u << 26;  // of a whole message, in bytes
 constexpr std::string_view kFlags = "-+ #0";
+constexpr std::string_view kNumbers = "diuxXoc";  // conversions
 
 thread_local DWORD last_error = ERROR_SUCCESS;
 
@@ -34,7 +35,7 @@ using Inserts = std::array<Insert, kMaxInsert + 1>;  // by number; entry 0 is un
 // One `%n` or `%n!format!`, taken apart.
 struct Spec {
   char conversion = 's';  // of printf; 0 for one that is not known, which gives no text
-  bool wide = false;      // a number of 64 bits
+  std::string_view size;  // of a number: ll (64 bits), h, hh or nothing
   std::string flags;
   int width = 0;
   int precision = -1;      // -1: none
@@ -51,19 +52,36 @@ int ReadNumber(std::string_view text, std::size_t& at) {
   return number;
 }
 
-// The size prefix at `at`: moves past it and tells whether it means 64 bits. `l` is 32 bits wide
-// here.
-bool ReadSize(std::string_view text, std::size_t& at) {
-  static constexpr std::pair<std::string_view, bool> kSizes[] = {
-      {"I64", true}, {"I32", false}, {"ll", true}, {"hh", false}, {"I", true},
-      {"z", true},   {"t", true},    {"j", true},  {"l", false},  {"h", false}};
-  for (const auto& [name, wide] : kSizes) {
+// The size prefix at `at`, as the host's printf writes it; moves past it. `l` is 32 bits wide here.
+std::string_view ReadSize(std::string_view text, std::size_t& at) {
+  static constexpr std::pair<std::string_view, std::string_view> kSizes[] = {
+      {"I64", "ll"}, {"I32", ""}, {"ll", "ll"}, {"hh", "hh"}, {"I", "ll"},
+      {"z", "ll"},   {"t", "ll"}, {"j", "ll"},  {"l", ""},    {"h", "h"}};
+  for (const auto& [name, host] : kSizes) {
     if (text.substr(at).starts_with(name)) {
       at += name.size();
-      return wide;
+      return host;
     }
   }
-  return false;
+  return "";
+}
+
+// A width or precision at `at`: its value, or by `*` the next insert, whose number goes to `from`.
+int ReadField(std::string_view format, std::size_t& at, int& number, int& from) {
+  if (at < format.size() && format[at] == '*') {
+    ++at;
+    from = number++;
+    return 0;
+  }
+  return ReadNumber(format, at);
+}
+
+// Whether a conversion with this size prefix is served; texts of wide characters are not.
+bool Serves(char conversion, std::string_view size) {
+  if (conversion == 's' || conversion == 'p') {
+    return size.empty() || (conversion == 's' && size == "h");
+  }
+  return conversion != '\0' && kNumbers.find(conversion) != std::string_view::npos;
 }
 
 // `format` is what stands between the exclamation marks behind insert `number`. Each `*` takes an
@@ -71,38 +89,38 @@ bool ReadSize(std::string_view text, std::size_t& at) {
 Spec ReadSpec(std::string_view format, int number) {
   Spec spec;
   std::size_t at = 0;
-  while (at < format.size() && kFlags.find(format[at]) != std::string_view::npos) {
+  for (; at < format.size() && kFlags.find(format[at]) != std::string_view::npos; ++at) {
     if (spec.flags.find(format[at]) == std::string::npos) {
       spec.flags += format[at];
     }
-    ++at;
   }
-  if (at < format.size() && format[at] == '*') {
-    spec.width_from = number++;
-    ++at;
-  } else {
-    spec.width = ReadNumber(format, at);
-  }
+  spec.width = ReadField(format, at, number, spec.width_from);
   if (at < format.size() && format[at] == '.') {
-    ++at;
-    if (at < format.size() && format[at] == '*') {
-      spec.precision_from = number++;
-      ++at;
-    } else {
-      spec.precision = ReadNumber(format, at);
-    }
+    spec.precision = ReadField(format, ++at, number, spec.precision_from);
   }
   const std::size_t size_at = at;
-  spec.wide = ReadSize(format, at);
-  spec.conversion = at + 1 == format.size() ? format[at] : '\0';
-  if (std::string_view("sp").find(spec.conversion) != std::string_view::npos && at != size_at &&
-      format.substr(size_at) != "hs") {
-    spec.conversion = '\0';  // texts of wide characters
-  } else if (std::string_view("diuxXocsp").find(spec.conversion) == std::string_view::npos) {
-    spec.conversion = '\0';
-  }
+  spec.size = ReadSize(format, at);
+  const std::string_view written = format.substr(size_at, at - size_at);
+  const char conversion = at + 1 == format.size() ? format[at] : '\0';
+  spec.conversion = Serves(conversion, written) ? conversion : '\0';
   spec.value_from = number;
   return spec;
+}
+
+// The insert whose first digit is at `at`; moves past it. A `!` without a second one is text.
+Spec ReadInsert(std::string_view text, std::size_t& at) {
+  int number = text[at++] - '0';
+  if (at < text.size() && text[at] >= '0' && text[at] <= '9') {
+    number = number * 10 + (text[at++] - '0');
+  }
+  const bool formatted = at < text.size() && text[at] == '!';
+  const std::size_t end = formatted ? text.find('!', at + 1) : std::string_view::npos;
+  if (end == std::string_view::npos) {
+    return ReadSpec("s", number);
+  }
+  const std::string_view format = text.substr(at + 1, end - at - 1);
+  at = end + 1;
+  return ReadSpec(format, number);
 }
 
 // Walks a template and tells its pieces to `sink`: Text(string_view) and Show(Spec).
@@ -118,31 +136,19 @@ void Walk(std::string_view text, Sink& sink) {
       sink.Text(text.substr(percent));  // a percent sign at the very end stands for itself
       return;
     }
-    const char next = text[percent + 1];
-    at = percent + 2;
+    at = percent + 1;
+    const char next = text[at];
     if (next == '0') {
       return;
     }
     if (next >= '1' && next <= '9') {
-      int number = next - '0';
-      if (at < text.size() && text[at] >= '0' && text[at] <= '9') {
-        number = number * 10 + (text[at++] - '0');
-      }
-      std::size_t end = std::string_view::npos;
-      if (at < text.size() && text[at] == '!') {
-        end = text.find('!', at + 1);
-      }
-      if (end == std::string_view::npos) {
-        sink.Show(ReadSpec("s", number));
-      } else {
-        sink.Show(ReadSpec(text.substr(at + 1, end - at - 1), number));
-        at = end + 1;
-      }
+      sink.Show(ReadInsert(text, at));
       continue;
     }
     const auto* escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
                                       [next](const auto& row) { return row.first == next; });
-    sink.Text({escape != std::end(kEscapes) ? &escape->second : &text[percent + 1], 1});
+    sink.Text({escape != std::end(kEscapes) ? &escape->second : &text[at], 1});
+    ++at;
   }
 }
 
@@ -155,8 +161,8 @@ class Gatherer {
   void Show(const Spec& spec) {
     Note(spec.width_from, Kind::kInt);
     Note(spec.precision_from, Kind::kInt);
-    const bool number = std::string_view("diuxXoc").find(spec.conversion) != std::string_view::npos;
-    Note(spec.value_from, !number ? Kind::kPointer : spec.wide ? Kind::kInt64 : Kind::kInt);
+    const bool number = kNumbers.find(spec.conversion) != std::string_view::npos;
+    Note(spec.value_from, !number ? Kind::kPointer : spec.size == "ll" ? Kind::kInt64 : Kind::kInt);
   }
 
   // Takes the arguments up to the highest number that the template uses.
@@ -263,10 +269,13 @@ class Builder {
       format += "p";
       length =
           std::snprintf(out, sizeof out, format.c_str(), spec.width, reinterpret_cast<void*>(bits));
-    } else if (spec.wide && spec.conversion != 'c') {
-      format += std::string("ll") + spec.conversion;
+    } else if (spec.size == "ll" && spec.conversion != 'c') {
+      format.append(spec.size) += spec.conversion;
       length = std::snprintf(out, sizeof out, format.c_str(), spec.width, bits);
     } else {
+      if (spec.conversion != 'c') {
+        format += spec.size;
+      }
       format += spec.conversion;
       length = std::snprintf(out, sizeof out, format.c_str(), spec.width,
                              static_cast<std::uint32_t>(bits));

@@ -81,7 +81,7 @@ TEST(Templates, NumbersFollowTheirConversions) {
       {"d", "-5"},       {"i", "-5"},          {"u", "4294967291"},  {"lu", "4294967291"},
       {"x", "fffffffb"}, {"#X", "0XFFFFFFFB"}, {"o", "37777777773"}, {"5d", "   -5"},
       {"-5d", "-5   "},  {"05ld", "-0005"},    {".3d", "-005"},      {"hd", "-5"},
-      {"c", "\xfb"},     {"I32d", "-5"},
+      {"hx", "fffb"},    {"hhu", "251"},       {"c", "\xfb"},        {"I32d", "-5"},
   };
   for (const auto& row : rows) {
     const std::string source = "[%2!" + std::string(row.conversion) + "!|%1|%3]";
