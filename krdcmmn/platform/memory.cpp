@@ -6,6 +6,7 @@
 #include <iterator>
 #include <map>
 #include <mutex>
+#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
@@ -98,9 +99,9 @@ class RangeTable {
  public:
   using Entry = std::pair<const std::uintptr_t, Range>;
 
-  void Add(std::uintptr_t start, Range range) {
+  void Add(std::uintptr_t start, const Range& range) {
     const std::lock_guard lock(mutex_);
-    ranges_.emplace(start, std::move(range));
+    ranges_.emplace(start, range);
   }
 
   // The range that [address, address + size) lies in, or null.
@@ -148,21 +149,28 @@ bool Protect(std::uintptr_t address, std::size_t size, int rights) {
   return size == 0 || mprotect(PointerAt(address), size, rights) == 0;
 }
 
-// Maps more than asked for and cuts it down to an aligned range; 0 when there is no room.
+// An aligned range; 0 when there is no room. The host often gives one by itself, next to the last;
+// else more is mapped than asked for and cut down.
 std::uintptr_t MapAligned(std::size_t size, std::size_t alignment) {
-  void* const mapped = mmap(nullptr, size + alignment, PROT_NONE,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (mapped == MAP_FAILED) {
+  const auto map = [](std::size_t bytes) {
+    void* const mapped =
+        mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return mapped != MAP_FAILED ? AddressOf(mapped) : 0;
+  };
+  const std::uintptr_t exact = map(size);
+  if (exact == 0 || Down(exact, alignment) == exact) {
+    return exact;
+  }
+  munmap(PointerAt(exact), size);
+  const std::uintptr_t first = map(size + alignment);
+  if (first == 0) {
     return 0;
   }
-  const std::uintptr_t first = AddressOf(mapped);
   const std::uintptr_t start = Up(first, alignment);
   if (start != first) {
-    munmap(mapped, start - first);
+    munmap(PointerAt(first), start - first);
   }
-  if (start + size != first + size + alignment) {
-    munmap(PointerAt(start + size), first + alignment - start);
-  }
+  munmap(PointerAt(start + size), first + alignment - start);
   return start;
 }
 
@@ -176,11 +184,17 @@ void* Reserve(std::size_t size) {
   const std::size_t alignment =
       std::max({kUnit, range.page, range.size >= kLargeStep ? kLargeStep : std::size_t{0}});
   const std::uintptr_t start = MapAligned(range.size, alignment);
-  if (start != 0) {
-    if (range.size > kLargeFrom) {
-      madvise(PointerAt(start), range.size, MADV_HUGEPAGE);
-    }
-    Ranges().Add(start, std::move(range));
+  if (start == 0) {
+    return nullptr;
+  }
+  if (range.size > kLargeFrom) {
+    madvise(PointerAt(start), range.size, MADV_HUGEPAGE);
+  }
+  try {
+    Ranges().Add(start, range);
+  } catch (const std::bad_alloc&) {
+    munmap(PointerAt(start), range.size);
+    return nullptr;
   }
   return PointerAt(start);
 }
@@ -213,11 +227,9 @@ bool Open(std::uintptr_t start, Range& range, std::size_t from, std::size_t to) 
     return false;
   }
   range.reach = std::max(range.reach, range.open);
-#ifdef MADV_POPULATE_WRITE
   if (to - old <= kStep && old != 0) {
     madvise(PointerAt(start + old), range.open - old, MADV_POPULATE_WRITE);
   }
-#endif
   return true;
 }
 
@@ -433,8 +445,12 @@ BOOL VirtualFree(void* address, std::size_t size, DWORD type) {
 }
 
 BOOL VirtualMove(void* to, void* from, std::size_t size) {
-  return Told(Hook().Allows(MemoryStep::kMove, size) &&
-              (size == 0 || Move(AddressOf(to), AddressOf(from), size)));
+  try {
+    return Told(Hook().Allows(MemoryStep::kMove, size) &&
+                (size == 0 || Move(AddressOf(to), AddressOf(from), size)));
+  } catch (const std::bad_alloc&) {  // of the seams
+    return Told(false);
+  }
 }
 
 void SetMemoryHook(MemoryHook hook) {
