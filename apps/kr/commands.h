@@ -9,10 +9,12 @@ class App;
 
 namespace kr_app {
 
+void AddFont(CLI::App& kr);
 void AddVfs(CLI::App& kr);
 
 inline constexpr void (*kCommands[])(CLI::App&) = {
     AddVfs,
+    AddFont,
 };
 
 }  // namespace kr_app
