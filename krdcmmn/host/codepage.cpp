@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <vector>
+#include <cstring>
+#include <utility>
 
 #include "krdcmmn/host/system_error.h"
 #include "krdcmmn/platform/codepage.h"
@@ -15,13 +16,13 @@ constexpr char kSubstitute = '_';
 
 thread_local std::uint64_t lossy_characters = 0;
 
-// The length as the platform layer takes it.
-int SizeOf(unsigned length) {
+// The length of a text, which has its limit.
+std::size_t SizeOf(unsigned length) {
   if (length > INT_MAX) {
     SetLastError(ERROR_INVALID_PARAMETER);
     throw krerr::Win32Ecept();
   }
-  return static_cast<int>(length);
+  return length;
 }
 
 // The count of a platform call, of which 0 is a failure.
@@ -32,40 +33,80 @@ std::size_t Checked(int result) {
   return static_cast<std::size_t>(result);
 }
 
-std::vector<char16_t> ToUnits(UINT page, const char* text, int size) {
+// Texts are converted in pieces of at most so many bytes or units, in buffers of this size.
+constexpr std::size_t kPiece = 512;
+
+struct Units {
+  std::size_t count;
+  char16_t data[kPiece];
+};
+
+void ToUnits(UINT page, const char* text, std::size_t size, Units& units) {
   // Neither a byte nor a part of a UTF-8 sequence gives more than one unit.
-  std::vector<char16_t> units(static_cast<std::size_t>(size));
-  units.resize(Checked(MultiByteToWideChar(page, 0, text, size, units.data(), size)));
-  return units;
+  units.count =
+      Checked(MultiByteToWideChar(page, 0, text, static_cast<int>(size), units.data, int{kPiece}));
 }
 
-// Adds what was lost in a conversion of `units` to as many bytes.
-void CountLost(const std::vector<char16_t>& units, const std::string& bytes) {
-  char16_t own = 0;  // what the substitute stands for by itself
-  MultiByteToWideChar(CP_ACP, 0, &kSubstitute, 1, &own, 1);
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const bool pair = i > 0 && (units[i - 1] & 0xfc00) == 0xd800 && (units[i] & 0xfc00) == 0xdc00;
-    if (bytes[i] == kSubstitute && units[i] != own && !pair) {
-      ++lossy_characters;
+// Adds `size` bytes to `result`, but ends it at the first zero among them; false then.
+bool AddUpToZero(std::string& result, const char* bytes, std::size_t size) {
+  const void* zero = std::memchr(bytes, 0, size);
+  if (zero != nullptr) {
+    size = static_cast<std::size_t>(static_cast<const char*>(zero) - bytes);
+  }
+  result.append(bytes, size);
+  return zero == nullptr;
+}
+
+// What a conversion to ANSI has come to, piece by piece.
+class AnsiText {
+ public:
+  explicit AnsiText(std::size_t size) { result_.reserve(size); }
+
+  // False when the text has ended with a zero.
+  bool Add(const Units& units) {
+    char bytes[kPiece];
+    BOOL lost = FALSE;
+    Checked(WideCharToMultiByte(CP_ACP, 0, units.data, static_cast<int>(units.count), bytes,
+                                int{kPiece}, &kSubstitute, &lost));
+    if (lost != FALSE) {
+      CountLost(units, bytes);
+    }
+    last_ = units.data[units.count - 1];
+    return AddUpToZero(result_, bytes, units.count);
+  }
+
+  std::string Take() { return std::move(result_); }
+
+ private:
+  void CountLost(const Units& units, const char* bytes) const {
+    char16_t own = 0;  // what the substitute stands for by itself
+    MultiByteToWideChar(CP_ACP, 0, &kSubstitute, 1, &own, 1);
+    char16_t before = last_;
+    for (std::size_t i = 0; i < units.count; ++i) {
+      const bool pair = (before & 0xfc00) == 0xd800 && (units.data[i] & 0xfc00) == 0xdc00;
+      before = units.data[i];
+      if (bytes[i] == kSubstitute && before != own && !pair) {
+        ++lossy_characters;
+      }
     }
   }
-}
 
-void CutAtZero(std::string& bytes) {
-  bytes.resize(std::min(bytes.find('\0'), bytes.size()));
-}
+  std::string result_;
+  char16_t last_ = 0;
+};
 
-std::string UnitsToAnsi(const std::vector<char16_t>& units) {
-  const int size = static_cast<int>(units.size());
-  std::string bytes(units.size(), '\0');
-  BOOL lost = FALSE;
-  Checked(
-      WideCharToMultiByte(CP_ACP, 0, units.data(), size, bytes.data(), size, &kSubstitute, &lost));
-  if (lost != FALSE) {
-    CountLost(units, bytes);
+// The bytes of the next piece of UTF-8 text: all, or so many that no character is cut in two. A cut
+// in front of a byte that continues nothing is safe, and so is one behind three that do.
+std::size_t PieceOf(const char* text, std::size_t size) {
+  const auto continues = [&](std::size_t at) { return (text[at] & 0xc0) == 0x80; };
+  if (size <= kPiece) {
+    return size;
   }
-  CutAtZero(bytes);
-  return bytes;
+  std::size_t end = kPiece;
+  while (end > kPiece - 3 && continues(end)) {
+    --end;
+  }
+  return end > kPiece - 3 || !continues(end) ? end : kPiece;
 }
 
 }  // namespace
@@ -86,44 +127,71 @@ bool IsPlainAscii(const char* text, unsigned length) {
 }
 
 std::string Utf8ToAnsi(const char* text, unsigned length) {
-  const int size = SizeOf(length);
+  std::size_t left = SizeOf(length);
   if (IsPlainAscii(text, length)) {
-    return std::string(text, length);
+    return {text, left};
   }
-  return UnitsToAnsi(ToUnits(CP_UTF8, text, size));
+  AnsiText result(left);
+  Units units;
+  for (bool more = true; more && left > 0;) {
+    const std::size_t piece = PieceOf(text, left);
+    ToUnits(CP_UTF8, text, piece, units);
+    more = result.Add(units);
+    text += piece;
+    left -= piece;
+  }
+  return result.Take();
 }
 
 std::string AnsiToUtf8(const char* text, unsigned length) {
-  const int size = SizeOf(length);
+  std::size_t left = SizeOf(length);
   if (IsPlainAscii(text, length)) {
-    return std::string(text, length);
+    return {text, left};
   }
-  const std::vector<char16_t> units = ToUnits(CP_ACP, text, size);
-  const auto convert = [&](char* out, int capacity) {
-    return WideCharToMultiByte(CP_UTF8, 0, units.data(), size, out, capacity, nullptr, nullptr);
-  };
-  std::string bytes(Checked(convert(nullptr, 0)), '\0');
-  Checked(convert(bytes.data(), static_cast<int>(bytes.size())));
-  CutAtZero(bytes);
-  return bytes;
+  std::string result;
+  result.reserve(left * 2);
+  Units units;
+  for (bool more = true; more && left > 0;) {
+    const std::size_t piece = std::min(left, kPiece);
+    ToUnits(CP_ACP, text, piece, units);
+    char bytes[3 * kPiece];  // no page holds characters above U+FFFF
+    const std::size_t size =
+        Checked(WideCharToMultiByte(CP_UTF8, 0, units.data, static_cast<int>(units.count), bytes,
+                                    int{sizeof bytes}, nullptr, nullptr));
+    more = AddUpToZero(result, bytes, size);
+    text += piece;
+    left -= piece;
+  }
+  return result;
 }
 
 std::string WideToAnsi(const wchar_t* text, unsigned length) {
-  if (length == 0) {
-    return {};
+  std::size_t left = SizeOf(length);
+  AnsiText result(left);
+  Units units;
+  for (bool more = true; more && left > 0;) {
+    units.count = std::min(left, kPiece);
+    std::transform(text, text + units.count, units.data,
+                   [](wchar_t unit) { return static_cast<char16_t>(unit); });
+    more = result.Add(units);
+    text += units.count;
+    left -= units.count;
   }
-  std::vector<char16_t> units(static_cast<std::size_t>(SizeOf(length)));
-  std::transform(text, text + length, units.begin(),
-                 [](wchar_t unit) { return static_cast<char16_t>(unit); });
-  return UnitsToAnsi(units);
+  return result.Take();
 }
 
 std::wstring AnsiToWide(const char* text, unsigned length) {
-  if (length == 0 || length > INT_MAX) {
-    return {};
+  std::wstring result;
+  if (length > INT_MAX) {
+    return result;
   }
-  const std::vector<char16_t> units = ToUnits(CP_ACP, text, static_cast<int>(length));
-  return {units.begin(), units.end()};
+  result.reserve(length);
+  Units units;
+  for (std::size_t at = 0; at < length; at += kPiece) {
+    ToUnits(CP_ACP, text + at, std::min(length - at, kPiece), units);
+    result.append(units.data, units.data + units.count);
+  }
+  return result;
 }
 
 std::uint64_t LossyCharacterCount() {

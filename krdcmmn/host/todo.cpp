@@ -50,6 +50,7 @@ ExceptionNotImplemented::ExceptionNotImplemented(const std::string& message) : m
 
 ExceptionNotImplemented::ExceptionNotImplemented(const ExceptionNotImplemented& other) = default;
 
+// NOLINTNEXTLINE(misc-unconventional-assign-operator)
 ExceptionNotImplemented& ExceptionNotImplemented::operator=(ExceptionNotImplemented& other) =
     default;
 

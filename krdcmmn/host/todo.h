@@ -10,6 +10,8 @@ class KRDCMMN_API ExceptionNotImplemented : public std::exception {
  public:
   explicit ExceptionNotImplemented(const std::string& message);
   ExceptionNotImplemented(const ExceptionNotImplemented& other);
+  // The parameter is not const.
+  // NOLINTNEXTLINE(misc-unconventional-assign-operator)
   ExceptionNotImplemented& operator=(ExceptionNotImplemented& other);
   ~ExceptionNotImplemented() override;
   const char* what() const noexcept override;

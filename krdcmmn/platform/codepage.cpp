@@ -97,19 +97,26 @@ char32_t ReadMultiByte(const unsigned char*& p, const unsigned char* end) {
   return character;
 }
 
+bool IsTrail(unsigned char byte) {
+  return (byte & 0xc0) == 0x80;
+}
+
 int Utf8ToUnits(const unsigned char* p, const unsigned char* end, char16_t* to, int capacity) {
   Output<char16_t> out(to, capacity);
   while (p != end) {
     if (*p < 0x80) {
       out.put(*p++);
-      continue;
-    }
-    const char32_t character = ReadMultiByte(p, end);
-    if (character > 0xffff) {
-      out.put(static_cast<char16_t>(0xd7c0 + (character >> 10)));
-      out.put(static_cast<char16_t>(0xdc00 | (character & 0x3ff)));
+    } else if (*p >= 0xc2 && *p <= 0xdf && end - p > 1 && IsTrail(p[1])) {
+      out.put(static_cast<char16_t>((p[0] & 0x1f) << 6 | (p[1] & 0x3f)));
+      p += 2;
     } else {
-      out.put(static_cast<char16_t>(character));
+      const char32_t character = ReadMultiByte(p, end);
+      if (character > 0xffff) {
+        out.put(static_cast<char16_t>(0xd7c0 + (character >> 10)));
+        out.put(static_cast<char16_t>(0xdc00 | (character & 0x3ff)));
+      } else {
+        out.put(static_cast<char16_t>(character));
+      }
     }
   }
   return out.result();

@@ -35,7 +35,7 @@ HMODULE MainIfNull(HMODULE module) {
 // The first resource of `module` that `wanted` accepts, or null.
 template <typename Predicate>
 const RESOURCE* Search(HMODULE module, Predicate wanted) {
-  const HMODULE owner = MainIfNull(module);
+  HMODULE owner = MainIfNull(module);
   const std::lock_guard lock(registering);
   for (const Registration* entry = registrations; entry != nullptr; entry = entry->next) {
     if (entry->module != owner) {

@@ -33,7 +33,9 @@ class KRDCMMN_API MessageContainer {
   bool LoadStrings(HINSTANCE module, unsigned id);
 
  private:
+  // Not to be copied: both take nothing from their source.
   MessageContainer(const MessageContainer&) : MessageContainer() {}
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
   MessageContainer& operator=(const MessageContainer&) { return *this; }
 
   const MessageContainer* parent;  // not owned

@@ -97,6 +97,27 @@ TEST(Conversions, LostCharactersAreCounted) {
   EXPECT_EQ(LossyCharacterCount() - before, 3u);
 }
 
+// Long texts are converted in pieces; no character, part of one or pair is torn by that.
+TEST(Conversions, LengthsAroundThePieces) {
+  const std::string parts[] = {"\xd0\x96",     "\xf0\x9f\x98\x80", "\xe2\x82\xac",
+                               "\xf0\x9f\x98", "\x80\x80\x80\x80", "\xd0\xd0\xd0\xd0",
+                               "\xff\x80",     "\xe2\x82"};
+  for (std::size_t before = 505; before < 515; ++before) {
+    for (const std::string& part : parts) {
+      const std::string text = std::string(before, 'k') + part + "\xd0\x96 and more";
+      EXPECT_EQ(ToAnsi(text), std::string(before, 'k') + ToAnsi(part) + "\xc6 and more") << before;
+    }
+    std::wstring wide(before, L'k');
+    wide += {0xd83d, 0xde00, 0x416};
+    const std::uint64_t lost = LossyCharacterCount();
+    EXPECT_EQ(WideToAnsi(wide.data(), Length(wide)), std::string(before, 'k') + "__\xc6");
+    EXPECT_EQ(LossyCharacterCount() - lost, 1u) << before;
+    const std::string ansi = std::string(before, '\xc6') + "\0\xc6"s;
+    EXPECT_EQ(ToAnsi(ToUtf8(ansi)), std::string(before, '\xc6'));
+    EXPECT_EQ(AnsiToWide(ansi.data(), Length(ansi)), std::wstring(before, 0x416) + L"\0\x416"s);
+  }
+}
+
 TEST(Conversions, TooLongATextIsRefusedBeforeItIsRead) {
   const unsigned length = 1u << 31;
   SetLastError(0);
