@@ -15,21 +15,12 @@ namespace KRD {
 
 using namespace container;
 
-namespace {
-
-void Require(bool holds) {
-  if (!holds) {
-    throw kFileDamaged;
-  }
-}
-
-}  // namespace
-
 void VF_KEEP::RestKeep(void* host, std::int32_t pos) {
   try {
     loadTable(host, pos);
-    checkLayout(pos);
-    checkTree();
+    const auto refuse = [](int, const char*) { throw kFileDamaged; };
+    checkLayout(pos, refuse);
+    checkTree(refuse);
   } catch (...) {
     FreeKeep();
     file = INVALID_HANDLE_VALUE;
@@ -61,59 +52,72 @@ void VF_KEEP::loadTable(void* host, std::int32_t pos) {
 
 // The contents lie in table order between the header and the table. A gap does no harm; the next
 // save closes it.
-void VF_KEEP::checkLayout(std::int32_t pos) const {
+void VF_KEEP::checkLayout(std::int32_t pos, const REPORT& report) const {
   std::int64_t behind = kHeaderBytes;
-  for (const auto& record : entries_) {
-    Require(record->sizeElem == 1 && record->sizeIndex == 4);
-    Require(record->state == virt_file::kSaved);
-    Require(record->isFile == 0 || record->isFile == 1);
-    Require(record->name[kNameBytes - 1] == 0 || strnlen(record->name, kNameBytes) < kNameBytes);
-    Require(record->filePos >= behind);
-    behind = std::int64_t{record->filePos} + record->sizeFull;
-    Require(behind <= pos);
+  for (unsigned i = 0; i < nElem; ++i) {
+    const virt_file& record = *entries_[i];
+    const auto require = [&](bool holds, const char* text) {
+      if (!holds) {
+        report(static_cast<int>(i), text);
+      }
+    };
+    require(record.sizeElem == 1 && record.sizeIndex == 4,
+            "the sizes of the content are not 1 and 4");
+    require(record.state == virt_file::kSaved, "the state is not 0");
+    require(record.isFile == 0 || record.isFile == 1, "neither a file nor a directory");
+    require(std::memchr(record.name, 0, kNameBytes) != nullptr, "the name has no end");
+    require(record.filePos >= behind, "the content begins inside the one before it");
+    const std::int64_t end = std::int64_t{record.filePos} + record.sizeFull;
+    require(end <= pos, "the content reaches into the table");
+    behind = end <= pos && end > behind ? end : behind;
   }
 }
 
 // Both ends of every link agree, and nothing lies inside itself. So a list that begins at a head
 // comes to an end, and so does the way down from any entry.
-void VF_KEEP::checkTree() const {
-  const auto link_to = [this](std::int32_t index) -> const virt_file* {
-    Require(index == -1 || isIndex(index));
-    return index == -1 ? nullptr : entries_[static_cast<unsigned>(index)].get();
+void VF_KEEP::checkTree(const REPORT& report) const {
+  const auto check = [&](int from, std::int32_t to, const char* text, auto agrees) {
+    if (to != -1 && !(isIndex(to) && agrees(*entries_[static_cast<unsigned>(to)]))) {
+      report(from, text);
+    }
   };
-  const auto check_head = [&](std::int32_t head, std::int32_t dir) {
-    const virt_file* first = link_to(head);
-    Require(first == nullptr || (first->prevEntry == -1 && first->parentEntry == dir));
+  const auto check_head = [&](int dir, std::int32_t head) {
+    check(dir, head, "the first entry belongs elsewhere", [dir](const virt_file& first) {
+      return first.prevEntry == -1 && first.parentEntry == dir;
+    });
   };
-  check_head(firstRoot, -1);
+  check_head(-1, firstRoot);
   for (unsigned i = 0; i < nElem; ++i) {
-    const auto index = static_cast<std::int32_t>(i);
+    const auto at = static_cast<int>(i);
     const virt_file& record = *entries_[i];
-    const virt_file* next = link_to(record.nextEntry);
-    const virt_file* prev = link_to(record.prevEntry);
-    link_to(record.parentEntry);
-    Require(next == nullptr ||
-            (next->prevEntry == index && next->parentEntry == record.parentEntry));
-    Require(prev == nullptr || prev->nextEntry == index);
-    check_head(record.firstEntry, index);
+    check(at, record.nextEntry, "the next entry belongs elsewhere", [&](const virt_file& next) {
+      return next.prevEntry == at && next.parentEntry == record.parentEntry;
+    });
+    check(at, record.prevEntry, "the previous entry belongs elsewhere",
+          [at](const virt_file& prev) { return prev.nextEntry == at; });
+    check(at, record.parentEntry, "the directory is not there",
+          [](const virt_file&) { return true; });
+    check_head(at, record.firstEntry);
   }
-  checkParents();
+  checkParents(report);
 }
 
-void VF_KEEP::checkParents() const {
+void VF_KEEP::checkParents(const REPORT& report) const {
   enum : char { kUnknown, kOnTheWay, kReachesRoot };
   std::vector<char> marks(nElem, kUnknown);
   for (unsigned i = 0; i < nElem; ++i) {
     const auto climb = [&](char mark, char stop) {
-      std::int32_t at = static_cast<std::int32_t>(i);
-      while (at >= 0 && marks[static_cast<unsigned>(at)] == stop) {
+      auto at = static_cast<std::int32_t>(i);
+      while (isIndex(at) && marks[static_cast<unsigned>(at)] == stop) {
         marks[static_cast<unsigned>(at)] = mark;
         at = entries_[static_cast<unsigned>(at)]->parentEntry;
       }
       return at;
     };
     const std::int32_t end = climb(kOnTheWay, kUnknown);
-    Require(end < 0 || marks[static_cast<unsigned>(end)] == kReachesRoot);
+    if (isIndex(end) && marks[static_cast<unsigned>(end)] == kOnTheWay) {
+      report(static_cast<int>(i), "the directory lies inside itself");
+    }
     climb(kReachesRoot, kOnTheWay);
   }
 }

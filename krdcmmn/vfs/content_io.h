@@ -33,6 +33,10 @@ class CONTENT_READER {
   // int 2 when the block passes the end, 3 when it is damaged, MA_EXCEPTION 4 for a count beyond
   // the array's limits, krerr::Win32Ecept.
   void read(LINKED_ARRAY& array, std::uint32_t count);
+  // Bytes of the entry that were not read.
+  std::uint32_t left() const {
+    return ahead_ + static_cast<std::uint32_t>(buffer_.size() - taken_);
+  }
 
  private:
   const char* take(std::uint32_t size);

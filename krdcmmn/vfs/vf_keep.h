@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -78,6 +79,7 @@ class KRDCMMN_API VF_KEEP : public MARRAY {
   KRDSTR path;             // of the host file, for VF_EXCEPTION 114
 
  private:
+  friend class CONTAINER_CHECK;
   friend class CONTAINER_WRITER;
   friend class VDIR;
   friend class VFILE;
@@ -99,9 +101,11 @@ class KRDCMMN_API VF_KEEP : public MARRAY {
   void dropRemoved();
   void unlink(int index);
   void loadTable(void* host, std::int32_t pos);
-  void checkTree() const;
-  void checkParents() const;
-  void checkLayout(std::int32_t pos) const;
+  // Tell the entry (-1: the table as a whole) and what is wrong with it.
+  using REPORT = std::function<void(int entry, const char* text)>;
+  void checkLayout(std::int32_t pos, const REPORT& report) const;
+  void checkTree(const REPORT& report) const;
+  void checkParents(const REPORT& report) const;
 
   std::vector<std::unique_ptr<virt_file>> entries_;
   std::unique_ptr<NAME_INDEX> names_;  // finds names in long directories

@@ -123,6 +123,7 @@ class KRDCMMN_API virt_file : public MARRAY {
 
  private:
   friend class VF_KEEP;
+  friend class CONTAINER_CHECK;
   friend class CONTAINER_WRITER;
   struct LINK;
   struct EXTRAS;
@@ -138,7 +139,7 @@ class KRDCMMN_API virt_file : public MARRAY {
   int stringSize();
 
   void load(void* host);
-  void readContent(void* host);
+  std::uint32_t readContent(void* host);
   std::uint64_t pack();
   void writeBlocks(BLOCK_WRITER& out);
   void distrust();

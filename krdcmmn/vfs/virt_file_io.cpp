@@ -40,7 +40,8 @@ void virt_file::load(void* host) {
   }
 }
 
-void virt_file::readContent(void* host) {
+// Gives the bytes of the content's place that its blocks do not take.
+std::uint32_t virt_file::readContent(void* host) {
   const auto size = nElem;
   if (size < kContentBytes) {
     throw kFileDamaged;
@@ -71,6 +72,7 @@ void virt_file::readContent(void* host) {
     extras_ = std::move(loaded);
     eachLink([this](const LINK& link) { syncLink(link); });
   }
+  return blocks.left();
 }
 
 unsigned int virt_file::GetSizeFull() {
