@@ -78,6 +78,7 @@ class KRDCMMN_API XmlDocument {
   friend class XmlNode;
   friend class XmlAttrConst;
   friend struct XmlAccess;
+  friend class XmlBuilder;
 
   using INTS = KRD::TARRAY<std::int32_t>;
 
@@ -86,6 +87,15 @@ class KRDCMMN_API XmlDocument {
   int NodeSlots() const { return nodeData.nElem(); }
   int AttrSlots() const { return attrData.nElem(); }
   const char* Name(int id) const { return names(static_cast<unsigned>(id)); }
+
+  // The creations behind CreateNode and addNode, CreateAttr and addAttr, for a name that is
+  // interned; the last two link the new slot as the last one of its owner.
+  int TakeNode(int name_id, int line, int pos);
+  int TakeAttr(int name_id, const char* value);
+  int AddNode(int parent, int name_id, int line, int pos);
+  int AddAttr(int node, int name_id, const char* value);
+  void SetValue(int attr, const char* value);
+  static void Extend(INTS& array, int id, std::int32_t value);
 
   KRD::HASH_TEXT names;  // element and attribute names, once each; the index is the name's id
   int root;
