@@ -1,0 +1,11 @@
+#include "krdcmmn/xml/parse_state.h"
+
+#include "krdcmmn/platform/modules.h"
+
+namespace kr {
+
+XmlNode currentNode;
+[[gnu::init_priority(kNodeStackPriority)]] std::vector<XmlNode> nodeStack;
+[[gnu::init_priority(kTextBufferPriority)]] std::vector<char> textBuffer;
+
+}  // namespace kr

@@ -1,0 +1,224 @@
+#include "krdcmmn/xml/tag_positions.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace kr {
+
+namespace {
+
+using std::string_view_literals::operator""sv;
+
+// References that give character data and no event of another kind.
+constexpr std::string_view kPredefined[] = {"&lt;"sv, "&gt;"sv, "&amp;"sv, "&quot;"sv, "&apos;"sv};
+
+bool EndsName(char c) {
+  return c == ' ' || c == '>' || c == '/' || c == '\n' || c == '\t' || c == '\r';
+}
+
+bool IsContinuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+}
+
+// Whether the beginning of the text leaves UTF-8 as the only encoding. What is overlooked here is
+// found out by the first tag that is not where it should be.
+bool IsUtf8(std::string_view text) {
+  if (text.size() < 2 || text[0] == '\0' || text[1] == '\0' || text[0] == '\xfe' ||
+      text[0] == '\xff') {
+    return false;
+  }
+  const std::size_t declaration = text.substr(0, 8).find("<?xml"sv);
+  if (declaration == std::string_view::npos) {
+    return true;
+  }
+  std::string words(text.substr(declaration, text.substr(0, 1024).find("?>"sv)));
+  std::transform(words.begin(), words.end(), words.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return words.find("encoding") == std::string::npos || words.find("utf-8") != std::string::npos;
+}
+
+}  // namespace
+
+TagPositions::TagPositions(const ExpatBinding& expat, const char* text, std::size_t length)
+    : expat_(expat),
+      begin_(text),
+      end_(text + length),
+      can_follow_(length > 0 && text != nullptr && IsUtf8({text, length})),
+      counted_(text) {}
+
+bool TagPositions::IsAt(const char* token, std::size_t length) const {
+  return static_cast<std::size_t>(end_ - next_) >= length && std::memcmp(next_, token, length) == 0;
+}
+
+bool TagPositions::IsTagAt(const char* place, const char* name, std::size_t length) const {
+  return static_cast<std::size_t>(end_ - place) > length + 1 && *place == '<' &&
+         std::memcmp(place + 1, name, length) == 0 && EndsName(place[length + 1]);
+}
+
+bool TagPositions::SkipPast(const char* token, std::size_t length, std::size_t from) {
+  const std::string_view rest(next_, static_cast<std::size_t>(end_ - next_));
+  const std::size_t at = rest.find(token, from, length);
+  next_ = at == std::string_view::npos ? nullptr : next_ + at + length;
+  return next_ != nullptr;
+}
+
+// Comments and processing instructions have no event here.
+void TagPositions::SkipSilentTokens() {
+  while (next_ != nullptr && end_ - next_ > 4 && next_[0] == '<' &&
+         (next_[1] == '?' || (next_[1] == '!' && next_[2] == '-'))) {
+    if (next_[1] == '?') {
+      SkipPast("?>", 2, 2);
+    } else {
+      SkipPast("-->", 3, 4);
+    }
+  }
+}
+
+// From the tag's "<" to behind its ">", which may also stand in a quoted value.
+void TagPositions::SkipStartTag(std::size_t name_length) {
+  const char* p = next_ + 1 + name_length;
+  while (p < end_ && *p != '>') {
+    if (*p == '"' || *p == '\'') {
+      p = static_cast<const char*>(std::memchr(p + 1, *p, static_cast<std::size_t>(end_ - p - 1)));
+      if (p == nullptr) {
+        next_ = nullptr;
+        return;
+      }
+    }
+    ++p;
+  }
+  in_empty_tag_ = p < end_ && p[-1] == '/';
+  next_ = p < end_ ? p + 1 : nullptr;
+}
+
+bool TagPositions::SkipReference() {
+  if (IsAt("&#", 2)) {
+    return SkipPast(";", 1, 2);
+  }
+  for (const std::string_view reference : kPredefined) {
+    if (IsAt(reference.data(), reference.size())) {
+      next_ += reference.size();
+      return true;
+    }
+  }
+  return false;
+}
+
+void TagPositions::CountTo(const char* place) {
+  int lines = 0;
+  for (const char* p = counted_; p < place; ++p) {
+    lines += (*p == '\n') | ((*p == '\r') & (p[1] != '\n'));
+  }
+  const char* from = counted_;
+  if (lines != 0) {
+    from = place;
+    while (from[-1] != '\n' && from[-1] != '\r') {
+      --from;
+    }
+    at_.line += lines;
+    at_.column = 0;
+  }
+  at_.column += static_cast<int>(place - from - std::count_if(from, place, IsContinuation));
+  counted_ = place;
+}
+
+// The place in the text of a position behind the last one that is known; null if there is none.
+const char* TagPositions::PlaceOf(const TagPosition& position) {
+  TagPosition at = at_;
+  const char* p = counted_;
+  while (at.line < position.line) {
+    while (p < end_ && *p != '\n' && *p != '\r') {
+      ++p;
+    }
+    if (p == end_) {
+      return nullptr;
+    }
+    p += *p == '\r' && end_ - p > 1 && p[1] == '\n' ? 2 : 1;
+    ++at.line;
+    at.column = 0;
+  }
+  while (p < end_ && (at.column < position.column || IsContinuation(*p))) {
+    at.column += IsContinuation(*p) ? 0 : 1;
+    ++p;
+  }
+  return at.line == position.line && at.column == position.column ? p : nullptr;
+}
+
+bool TagPositions::HasDocumentType(const char* place) const {
+  return std::string_view(begin_, static_cast<std::size_t>(place - begin_)).find("<!DOCTYPE"sv) !=
+         std::string_view::npos;
+}
+
+TagPosition TagPositions::Ask(const char* name, std::size_t length) {
+  const TagPosition position{static_cast<int>(expat_.GetCurrentLineNumber(expat_.parser)),
+                             static_cast<int>(expat_.GetCurrentColumnNumber(expat_.parser))};
+  in_empty_tag_ = false;
+  next_ = nullptr;
+  if (can_follow_) {
+    const bool first = counted_ == begin_;
+    const char* place = PlaceOf(position);
+    // A document type can hold entities, whose elements have no place of their own.
+    can_follow_ =
+        place != nullptr && IsTagAt(place, name, length) && !(first && HasDocumentType(place));
+    if (can_follow_) {
+      counted_ = place;
+      at_ = position;
+      next_ = place;
+      SkipStartTag(length);
+    }
+  }
+  return position;
+}
+
+TagPosition TagPositions::StartTag(const char* name) {
+  const std::size_t length = std::strlen(name);
+  SkipSilentTokens();
+  if (next_ == nullptr || !IsTagAt(next_, name, length)) {
+    return Ask(name, length);
+  }
+  CountTo(next_);
+  SkipStartTag(length);
+  return at_;
+}
+
+void TagPositions::EndTag() {
+  if (in_empty_tag_) {
+    in_empty_tag_ = false;
+    return;
+  }
+  SkipSilentTokens();
+  if (next_ != nullptr) {
+    if (IsAt("</", 2)) {
+      SkipPast(">", 1, 2);
+    } else {
+      next_ = nullptr;
+    }
+  }
+}
+
+void TagPositions::Characters(const char* bytes, std::size_t count) {
+  SkipSilentTokens();
+  if (next_ == nullptr || next_ == end_) {
+    return;
+  }
+  const char c = *next_;
+  if (c == '\r' || c == '\n') {
+    next_ += IsAt("\r\n", 2) ? 2 : 1;
+    if (count != 1 || *bytes != '\n') {
+      next_ = nullptr;
+    }
+  } else if (c == '&') {
+    if (!SkipReference()) {
+      next_ = nullptr;
+    }
+  } else if (c != '<' && IsAt(bytes, count)) {
+    next_ += count;
+  } else {
+    next_ = nullptr;
+  }
+}
+
+}  // namespace kr
