@@ -22,19 +22,17 @@
 //     |  committed    |  ahead   |  no access      |
 //
 // The step is brought into memory at once, which is far cheaper than a fault a page, and it is the
-// whole price in memory: at most one step beyond what was committed. It is 64 KiB, and behind the
-// first 32 MiB of a range 2 MiB, so that the host can use its large pages there.
+// whole price in memory: at most one step beyond what was committed. Large pages of the host would
+// be faster still once they are warm, but their price swings by a factor of ten.
 
 inline namespace krplatform {
 
 namespace {
 
 constexpr std::size_t kPage = 0x1000;
-constexpr std::size_t kStep = 0x10000;  // of the part that is opened ahead
-constexpr std::size_t kLargeStep =
-    0x200000;  // the same behind kLargeFrom; a large page of the host
-constexpr std::size_t kLargeFrom = 0x2000000;
+constexpr std::size_t kStep = 0x10000;               // of the part that is opened ahead
 constexpr std::size_t kUnit = 0x10000;               // of reservations
+constexpr std::size_t kTable = 0x200000;             // alignment that moves whole page tables
 constexpr std::size_t kMost = std::size_t{1} << 46;  // more than the host's address space
 
 struct Range {
@@ -182,13 +180,10 @@ void* Reserve(std::size_t size) {
   range.page = std::max(TruePage(), pretended_page.load());
   range.size = Up(size, std::max(kUnit, range.page));
   const std::size_t alignment =
-      std::max({kUnit, range.page, range.size >= kLargeStep ? kLargeStep : std::size_t{0}});
+      std::max({kUnit, range.page, range.size >= kTable ? kTable : std::size_t{0}});
   const std::uintptr_t start = MapAligned(range.size, alignment);
   if (start == 0) {
     return nullptr;
-  }
-  if (range.size > kLargeFrom) {
-    madvise(PointerAt(start), range.size, MADV_HUGEPAGE);
   }
   try {
     Ranges().Add(start, range);
@@ -197,11 +192,6 @@ void* Reserve(std::size_t size) {
     return nullptr;
   }
   return PointerAt(start);
-}
-
-// The unit in which the open part ends when it reaches `to`.
-std::size_t StepAt(const Range& range, std::size_t to) {
-  return std::max(to > kLargeFrom ? kLargeStep : kStep, range.page);
 }
 
 // Opens [from, to) of a range, offsets in host pages. Small growth at the end of the open part goes
@@ -217,7 +207,7 @@ bool Open(std::uintptr_t start, Range& range, std::size_t from, std::size_t to) 
   if (to <= range.open) {
     return true;
   }
-  const std::size_t ahead = std::min(range.size, Up(to, StepAt(range, to)));
+  const std::size_t ahead = std::min(range.size, Up(to, std::max(kStep, range.page)));
   const std::size_t old = range.open;
   if (Protect(start + old, ahead - old, PROT_READ | PROT_WRITE)) {
     range.open = ahead;
@@ -275,7 +265,7 @@ bool DropTail(std::uintptr_t start, Range& range, std::size_t from) {
   if (madvise(PointerAt(start + inner), range.reach - inner, MADV_DONTNEED) != 0) {
     return false;
   }
-  const std::size_t keep = std::min(Up(inner, StepAt(range, inner)), range.reach);
+  const std::size_t keep = std::min(Up(inner, std::max(kStep, range.page)), range.reach);
   if (!Protect(start + keep, range.reach - keep, PROT_NONE)) {
     return false;
   }

@@ -4,12 +4,11 @@
 // larger pages a commit rounds outward and a decommit inward, and the bytes that stay behind in a
 // shared host page read as zero after they are committed again.
 //
-// A commit uses no memory by itself: pages take it as they are touched, in units of the host of at
-// most 2 MiB. Where a range grows page by page at its end, one step ahead of it is brought into
-// memory too: 64 KiB, and 2 MiB behind the first 32 MiB. Up to such a step behind the committed
-// part, and in gaps that were decommitted before its end, a stray access is not caught; anywhere
-// else an access to a page that is not committed faults. Different threads may work on different
-// ranges.
+// A commit uses no memory by itself: pages take it as they are touched. Where a range grows page by
+// page at its end, one step of 64 KiB ahead of it is brought into memory too. Up to such a step
+// behind the committed part, and in gaps that were decommitted before its end, a stray access is
+// not caught; anywhere else an access to a page that is not committed faults. Different threads may
+// work on different ranges.
 #pragma once
 
 #include <functional>

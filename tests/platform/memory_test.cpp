@@ -60,7 +60,7 @@ TEST(Memory, PageByPageGrowthHoldsTheDataPlusOneStep) {
       EXPECT_LE(ResidentBytes(range, 64 * kMega), at + kPage + kUnit);
     }
   }
-  EXPECT_LE(ResidentBytes(range, 64 * kMega), kSize + 2 * kMega);
+  EXPECT_LE(ResidentBytes(range, 64 * kMega), kSize + kUnit);
   EXPECT_TRUE(Commit(range, kSize));
   EXPECT_EQ(std::count(range, range + kSize, 7), static_cast<std::ptrdiff_t>(kSize));
   EXPECT_TRUE(Release(range));
