@@ -4,7 +4,6 @@
 #include <string>
 
 #include "gtest/gtest.h"
-#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -132,17 +131,6 @@ TEST(Paths, RandomPathsOfAnyLengthComeBack) {
     const std::string relative = Result(TOOLS::Abs2RelPath, target, base);
     EXPECT_EQ(Result(TOOLS::Rel2AbsPath, relative, base), target) << base;
   }
-}
-
-TEST(Paths, OpenFileIsFopen) {
-  const krtest::TempDir temp;
-  EXPECT_EQ(TOOLS::OpenFile(temp.file("none").c_str(), "r", 0), nullptr);
-  EXPECT_EQ(TOOLS::OpenFile(nullptr, "r", 0), nullptr);
-  std::FILE* file = TOOLS::OpenFile(temp.file("new").c_str(), "w", -1);
-  ASSERT_NE(file, nullptr);
-  std::fputs("text", file);
-  std::fclose(file);
-  EXPECT_EQ(krtest::ReadBytes(temp.file("new")), "text");
 }
 
 }  // namespace
