@@ -66,7 +66,9 @@ void* OpenModule(const std::string& path, int flags) {
   for (const std::string& file : here) {
     if (!directory.empty() && FileExists(file)) {
       void* handle = dlopen(file.c_str(), flags);
-      SetLastError(handle != nullptr ? ERROR_SUCCESS : ERROR_BAD_MODULE);
+      if (handle == nullptr) {
+        SetLastError(ERROR_BAD_MODULE);
+      }
       return handle;
     }
   }
@@ -100,9 +102,11 @@ HMODULE GetModuleHandleA(const char* name) {
   } else {
     handle = OpenModule(name, RTLD_LAZY | RTLD_NOLOAD);
   }
-  if (handle != nullptr) {
-    dlclose(handle);  // the handle is borrowed: it takes no count
+  if (handle == nullptr) {
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
   }
+  dlclose(handle);  // the handle is borrowed: it takes no count
   return ModuleOfHandle(handle);
 }
 

@@ -7,26 +7,20 @@
 
 #include "krdcmmn/host/failure_text.h"
 #include "krdcmmn/host/mapfile.h"
-#include "krdcmmn/host/system_error.h"
 #include "krdcmmn/platform/errors.h"
 #include "krdcmmn/platform/files.h"
-#include "krdcmmn/xml/message_container.h"
 
 #include "gtest/gtest.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
-// What an exception about `path` says for the host's error `code`.
-std::string Says(const char* message, const std::string& path, int code) {
-  const char* text = SystemMessageContainer().find(message);
-  return FormatText(text != nullptr ? text : "%1: %2", path.c_str(), std::strerror(code));
-}
+// What the exceptions about `path` say for the host's error `code`.
 std::string FileSays(const std::string& path, int code) {
-  return Says("kr_File_Error", path, code);
+  return "Error! File '" + path + "': " + std::strerror(code);
 }
 std::string MapSays(const std::string& path, int code) {
-  return Says("kr_MapFile_Error", path, code);
+  return "Error on mapping '" + path + "': " + std::strerror(code);
 }
 
 // What a copy of the exception says that `call` throws; empty when it throws none.
