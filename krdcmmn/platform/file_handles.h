@@ -17,19 +17,20 @@ inline namespace krplatform {
 // A descriptor that is closed at its end.
 class Descriptor {
  public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor() = default;
   ~Descriptor();
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
   int get() const { return fd_; }
+  void Own(int fd) { fd_ = fd; }  // once
 
  private:
-  int fd_;
+  int fd_ = -1;
 };
 
 struct OpenFile {
-  explicit OpenFile(int fd) : descriptor(fd) {}
+  OpenFile() = default;
   ~OpenFile();  // ends its sharing
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;

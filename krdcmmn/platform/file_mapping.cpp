@@ -57,13 +57,15 @@ HANDLE CreateFileMappingA(HANDLE file, void* /*security*/, DWORD protection, DWO
     Fail(EINVAL);
     return nullptr;
   }
-  const int copy = fcntl(open_file->fd(), F_DUPFD_CLOEXEC, 0);
-  if (copy < 0) {
+  const auto mapping = std::make_shared<FileMapping>();
+  mapping->size = static_cast<std::size_t>(size);
+  mapping->writable = writable;
+  mapping->descriptor.Own(fcntl(open_file->fd(), F_DUPFD_CLOEXEC, 0));
+  if (mapping->descriptor.get() < 0) {
     Fail(errno);
     return nullptr;
   }
-  return Handles().Add(std::shared_ptr<FileMapping>(
-      new FileMapping{Descriptor(copy), static_cast<std::size_t>(size), writable}));
+  return Handles().Add(mapping);
 }
 
 void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD /*offset_high*/, DWORD /*offset_low*/,

@@ -91,12 +91,13 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD share, void* /*security
   const bool empty = disposition == CREATE_ALWAYS;
   const bool write = (access & GENERIC_WRITE) != 0 || empty;
   bool readable = true;
+  const auto file = std::make_shared<OpenFile>();
   const int fd = OpenHost(path, write, disposition != OPEN_EXISTING, &readable);
   if (fd < 0) {
     Fail(errno);
     return INVALID_HANDLE_VALUE;
   }
-  const auto file = std::make_shared<OpenFile>(fd);
+  file->descriptor.Own(fd);
   file->access = access & kAccess;
   file->owner = getpid();
   const bool blind = !readable && (access & GENERIC_READ) != 0;

@@ -1,16 +1,12 @@
 #include "krdcmmn/platform/files.h"
 
-#include <algorithm>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 #include "krdcmmn/platform/errors.h"
-#include "krdcmmn/platform/memory.h"
+#include "krdcmmn/platform/memory.h"  // PAGE_READWRITE
 
 #include "tests/support/temp_dir.h"
 
@@ -284,23 +280,6 @@ TEST_F(FilesTest, AMappingNeverChangesTheLength) {
   EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
   EXPECT_TRUE(CloseHandle(mapping));
   EXPECT_TRUE(CloseHandle(file));
-}
-
-TEST_F(FilesTest, ThreadsOpenAndCloseSideBySide) {
-  std::vector<std::thread> threads;
-  for (int number = 0; number < 4; ++number) {
-    threads.emplace_back([this, own = dir_.file("f" + std::to_string(number))] {
-      for (int round = 0; round < 100; ++round) {
-        const HANDLE file = Open(own, kReadWrite, CREATE_ALWAYS);
-        EXPECT_EQ(Write(file, own), static_cast<int>(own.size()));
-        EXPECT_TRUE(CloseHandle(file));
-      }
-    });
-  }
-  for (auto& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(ReadBytes(dir_.file("f3")), dir_.file("f3"));
 }
 
 }  // namespace
