@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "krdcmmn/core/block_format.h"
+#include "krdcmmn/core/byte_order.h"
 #include "krdcmmn/core/plane_coder.h"
 
 namespace KRD {
@@ -13,6 +15,19 @@ namespace {
 
 using Byte = std::uint8_t;
 
+constexpr std::size_t kEndless = SIZE_MAX / 2;  // a value that no plane can hold
+
+// Index into kTokenKinds by command byte.
+constexpr std::array<Byte, 256> kKindOf = [] {
+  std::array<Byte, 256> table{};
+  for (Byte k = 0; k < std::size(kTokenKinds); ++k) {
+    for (unsigned i = 0; i < 1u << kTokenKinds[k].bits; ++i) {
+      table[kTokenKinds[k].base + i] = k;
+    }
+  }
+  return table;
+}();
+
 // What one token is: its kind, the bytes that it produces, and its operands.
 struct Token {
   const TokenKind* kind;
@@ -20,135 +35,246 @@ struct Token {
   const Byte* operands;
 };
 
-constexpr std::size_t kEndless = SIZE_MAX / 2;  // a value that no plane can hold
-
-struct KindTable {
-  Byte of[256];  // index into kTokenKinds by command byte
-};
-
-constexpr KindTable MakeKindTable() {
-  KindTable table{};
-  for (Byte k = 0; k < std::size(kTokenKinds); ++k) {
-    for (unsigned i = 0; i < 1u << kTokenKinds[k].bits; ++i) {
-      table.of[kTokenKinds[k].base + i] = k;
-    }
-  }
-  return table;
-}
-constexpr KindTable kKindTable = MakeKindTable();
-
 // Reads one token and gives the address behind it, or null when it does not end before `end`.
 const Byte* ReadToken(const Byte* in, const Byte* end, Token& token) {
   std::size_t value = 0;
   unsigned shift = 0;
   while (in < end && *in >= kPrefixBase) {
     const std::size_t nibble = *in++ & 0xf;
-    value = shift < 60 ? value | nibble << shift : (nibble != 0 ? kEndless : value);
+    value = shift < 56 ? value | nibble << shift : (nibble != 0 ? kEndless : value);
     shift += kPrefixBits;
   }
   if (in == end) {
     return nullptr;
   }
   const Byte command = *in++;
-  token.kind = &kTokenKinds[kKindTable.of[command]];
+  token.kind = &kTokenKinds[kKindOf[command]];
   const std::size_t upper = command - token.kind->base;
   value = shift < 56 ? value | upper << shift : (upper != 0 ? kEndless : value);
   token.produced = std::min(value, kEndless) + token.kind->bias;
   token.operands = in;
-  const std::size_t operands =
-      token.kind->base == kLiteral.base ? token.produced : token.kind->operands;
+  const bool literal = token.kind->base == kLiteral.base;
+  const std::size_t operands = literal ? token.produced : token.kind->operands;
   return operands <= static_cast<std::size_t>(end - in) ? in + operands : nullptr;
 }
 
+// Tokens without prefixes that repeat two bytes in turn, the same or not: the recent bytes and the
+// byte behind the command are one number, lowest byte first, and a row says by how far it is
+// shifted for either byte and which of the recent ones the second byte pushes back.
+struct PatternRow {
+  Byte produced = 0;  // 0: another kind of token
+  Byte first_shift = 0;
+  Byte second_shift = 0;
+  std::uint32_t pushed = 0;
+};
+
+constexpr Byte kShiftRecent0 = 0;
+constexpr Byte kShiftRecent1 = 8;
+constexpr Byte kShiftRecent2 = 16;
+constexpr Byte kShiftOperand = 24;
+constexpr std::uint32_t kPushTwo = 0xffff;  // recent0 and recent1 change
+constexpr std::uint32_t kPushAll = 0xffffff;
+
+constexpr std::array<PatternRow, 256> kPatterns = [] {
+  std::array<PatternRow, 256> rows{};
+  // A token that produces no more than `alone` bytes leaves the recent ones as they are.
+  const auto fill = [&](TokenKind kind, Byte first, Byte second, std::uint32_t pushed,
+                        unsigned alone) {
+    for (unsigned i = 0; i < 1u << kind.bits; ++i) {
+      const unsigned produced = i + kind.bias;
+      rows[kind.base + i] = {static_cast<Byte>(produced), first, second,
+                             produced > alone ? pushed : 0};
+    }
+  };
+  fill(kRepeatRecent1, kShiftRecent1, kShiftRecent1, kPushTwo, 1);
+  fill(kRepeatRecent0, kShiftRecent0, kShiftRecent0, 0, 0);
+  fill(kRepeatNew, kShiftOperand, kShiftOperand, kPushAll, 0);
+  fill(kRepeatRecent2, kShiftRecent2, kShiftRecent2, kPushAll, 1);
+  fill(kAlternateOld, kShiftRecent1, kShiftRecent0, 0, 0);
+  fill(kAlternateTurned, kShiftRecent0, kShiftRecent1, kPushTwo, 2);
+  return rows;
+}();
+
+// What is read and written at once without asking how much of it counts.
+constexpr std::size_t kStep = 16;
+constexpr std::size_t kMostShort = 33;              // bytes of a token without prefixes
+constexpr std::size_t kInputAhead = 1 + 2 * kStep;  // a literal of them
+constexpr std::size_t kOutputAhead = kMostShort + 2 * kStep;
+
 class PlaneDecoder {
  public:
-  void produce(const Token& token, Byte* target, std::size_t room) {
-    const std::size_t n = std::min(token.produced, room);
-    const Byte* operand = token.operands;
+  PlaneDecoder(char* target, char* target_end, const char* stream, const char* stream_end)
+      : in_(reinterpret_cast<const Byte*>(stream)),
+        in_end_(reinterpret_cast<const Byte*>(stream_end)),
+        out_(reinterpret_cast<Byte*>(target)),
+        out_end_(reinterpret_cast<Byte*>(target_end)) {}
+
+  const char* run() {
+    while (out_ != out_end_) {
+      shortTokens();
+      if (out_ != out_end_ && !anyToken()) {
+        return nullptr;
+      }
+    }
+    return reinterpret_cast<const char*>(in_);
+  }
+
+ private:
+  // Tokens without prefixes, as long as both sides have room to be careless; stops at any other.
+  // Its state is in locals, since stores of characters could change anything else.
+  void shortTokens() {
+    const Byte* in = in_;
+    Byte* out = out_;
+    std::uint32_t recents = recents_;
+    while (static_cast<std::size_t>(in_end_ - in) >= kInputAhead &&
+           static_cast<std::size_t>(out_end_ - out) >= kOutputAhead) {
+      const Byte command = in[0];
+      const PatternRow row = kPatterns[command];
+      if (row.produced != 0) {
+        const std::uint32_t bytes = recents | std::uint32_t{in[1]} << kShiftOperand;
+        const std::uint32_t first = bytes >> row.first_shift & 0xff;
+        const std::uint32_t second = bytes >> row.second_shift & 0xff;
+        FillPattern(out, row.produced, first | second << 8);
+        recents = ((recents << 8 | second) & row.pushed) | (recents & ~row.pushed);
+        out += row.produced;
+        in += 1 + std::size_t{(command & 0xe0) == kRepeatNew.base};
+      } else if (command < kRepeatRecent1.base) {
+        std::memcpy(out, in + 1, kStep);
+        std::memcpy(out + kStep, in + 1 + kStep, kStep);
+        out += command + kLiteral.bias;
+        in += 1u + command + kLiteral.bias;
+      } else if ((command & 0xf0) == kAlternateNew.base) {
+        const unsigned produced = command - unsigned{kAlternateNew.base} + kAlternateNew.bias;
+        FillPattern(out, produced, LoadU16(in + 1));
+        recents = PushPair(recents, in[1], in[2]);
+        out += produced;
+        in += 3;
+      } else {
+        break;
+      }
+    }
+    in_ = in;
+    out_ = out;
+    recents_ = recents;
+  }
+
+  // At most kMostShort bytes of the pair, and up to the next step beyond them.
+  static void FillPattern(Byte* out, std::size_t produced, std::uint32_t pair) {
+    const std::uint64_t eight = pair * 0x0001000100010001u;
+    StoreTwice(out, eight);
+    if (produced > kStep) {
+      StoreTwice(out + kStep, eight);
+      StoreTwice(out + 2 * kStep, eight);
+    }
+  }
+  static void StoreTwice(Byte* out, std::uint64_t eight) {
+    StoreU32(out, static_cast<std::uint32_t>(eight));
+    StoreU32(out + 4, static_cast<std::uint32_t>(eight >> 32));
+    std::memcpy(out + 8, out, 8);
+  }
+
+  // One token of any kind, cut at the plane's end. False when the stream does not hold it.
+  bool anyToken() {
+    Token token;
+    in_ = ReadToken(in_, in_end_, token);
+    if (in_ == nullptr) {
+      return false;
+    }
+    const std::size_t n = std::min(token.produced, static_cast<std::size_t>(out_end_ - out_));
+    produce(token, n);
+    out_ += n;
+    return true;
+  }
+
+  void produce(const Token& token, std::size_t n) {
+    const Byte* const operand = token.operands;
     switch (token.kind->base) {
       case kLiteral.base:
-        std::memcpy(target, operand, n);
-        break;
-      case kRepeatRecent1.base:
-        std::memset(target, recent_[1], n);
-        if (token.produced > 1) {
-          std::swap(recent_[0], recent_[1]);
-        }
-        break;
-      case kRepeatRecent0.base:
-        std::memset(target, recent_[0], n);
-        break;
-      case kRepeatNew.base:
-        std::memset(target, operand[0], n);
-        pushRecent(operand[0]);
-        break;
-      case kRepeatRecent2.base:
-        std::memset(target, recent_[2], n);
-        if (token.produced > 1) {
-          pushRecent(recent_[2]);
-        }
-        break;
-      case kAlternateOld.base:
-        fill(target, n, recent_[1], recent_[0]);
-        break;
-      case kAlternateNew.base:
-        fill(target, n, operand[0], operand[1]);
-        pushPair(operand[0], operand[1]);
-        break;
-      case kAlternateTurned.base:
-        fill(target, n, recent_[0], recent_[1]);
-        if (token.produced > 2) {
-          std::swap(recent_[0], recent_[1]);
-        }
-        break;
-      case kZigzag.base:
-        for (std::size_t i = 0; i < n; ++i) {
-          target[i] = static_cast<Byte>(operand[0] + i - 2 * (i % 2));
-        }
+        std::memcpy(out_, operand, n);
         break;
       case kRampStep1.base:
         std::swap(step_[0], step_[1]);
         [[fallthrough]];
       case kRampStep0.base:
-        climb(target, n, operand[0]);
+        climb(n, operand[0]);
         break;
       case kRampNew.base:
         step_[1] = std::exchange(step_[0], operand[0]);
-        climb(target, n, operand[1]);
+        climb(n, operand[1]);
+        break;
+      case kZigzag.base:
+        for (std::size_t i = 0; i < n; ++i) {
+          out_[i] = static_cast<Byte>(operand[0] + i - 2 * (i % 2));
+        }
+        break;
+      case kAlternateNew.base:
+        alternate(n, operand[0], operand[1]);
+        recents_ = PushPair(recents_, operand[0], operand[1]);
+        break;
+      case kRepeatNew.base:
+        repeat(n, operand[0], true);
+        break;
+      case kRepeatRecent0.base:
+        repeat(n, recent(0), false);
+        break;
+      case kRepeatRecent1.base:
+        repeat(n, recent(1), false);
+        recents_ = token.produced > 1 ? swapped() : recents_;
+        break;
+      case kRepeatRecent2.base:
+        repeat(n, recent(2), token.produced > 1);
+        break;
+      case kAlternateOld.base:
+        alternate(n, recent(1), recent(0));
+        break;
+      case kAlternateTurned.base:
+        alternate(n, recent(0), recent(1));
+        recents_ = token.produced > 2 ? swapped() : recents_;
         break;
     }
   }
 
- private:
-  static void fill(Byte* target, std::size_t n, Byte x, Byte y) {
+  void repeat(std::size_t n, Byte x, bool push) {
+    std::memset(out_, x, n);
+    recents_ = push ? (recents_ << 8 | x) & kPushAll : recents_;
+  }
+
+  void alternate(std::size_t n, Byte x, Byte y) {
     for (std::size_t i = 0; i < n; ++i) {
-      target[i] = i % 2 == 0 ? x : y;
+      out_[i] = i % 2 == 0 ? x : y;
     }
   }
 
-  void climb(Byte* target, std::size_t n, Byte x) const {
+  void climb(std::size_t n, Byte x) {
+    const Byte step = step_[0];
     for (std::size_t i = 0; i < n; ++i) {
-      target[i] = static_cast<Byte>(x + i * step_[0]);
+      out_[i] = static_cast<Byte>(x + i * step);
     }
   }
 
-  void pushRecent(Byte x) {
-    recent_[2] = recent_[1];
-    recent_[1] = recent_[0];
-    recent_[0] = x;
+  Byte recent(unsigned i) const { return static_cast<Byte>(recents_ >> (8 * i)); }
+  std::uint32_t swapped() const {
+    return (recents_ & 0xff) << 8 | (recents_ >> 8 & 0xff) | (recents_ & 0xff0000);
   }
 
-  void pushPair(Byte x, Byte y) {
-    if (x != recent_[1] && y != recent_[1]) {
-      recent_[2] = recent_[1];
-    } else if (x != recent_[0] && y != recent_[0]) {
-      recent_[2] = recent_[0];
-    }
-    recent_[1] = x;
-    recent_[0] = y;
+  // The pair becomes the two recent bytes, and of the old two the one that is not in it is kept as
+  // the third, if there is one.
+  static std::uint32_t PushPair(std::uint32_t recents, Byte x, Byte y) {
+    const std::uint32_t recent0 = recents & 0xff;
+    const std::uint32_t recent1 = recents >> 8 & 0xff;
+    std::uint32_t kept = recents >> 16;
+    kept = x != recent0 && y != recent0 ? recent0 : kept;
+    kept = x != recent1 && y != recent1 ? recent1 : kept;
+    return y | std::uint32_t{x} << 8 | kept << 16;
   }
 
-  Byte recent_[3] = {kFirstRecent[0], kFirstRecent[1], kFirstRecent[2]};
+  const Byte* in_;
+  const Byte* in_end_;
+  Byte* out_;
+  Byte* out_end_;
+  // The recent bytes, the latest lowest.
+  std::uint32_t recents_ =
+      kFirstRecent[0] | std::uint32_t{kFirstRecent[1]} << 8 | std::uint32_t{kFirstRecent[2]} << 16;
   Byte step_[2] = {kFirstStep[0], kFirstStep[1]};
 };
 
@@ -156,22 +282,7 @@ class PlaneDecoder {
 
 const char* UnpackPlane(char* target, char* target_end, const char* stream,
                         const char* stream_end) {
-  PlaneDecoder decoder;
-  const Byte* in = reinterpret_cast<const Byte*>(stream);
-  auto* out = reinterpret_cast<Byte*>(target);
-  auto left = static_cast<std::size_t>(target_end - target);
-  while (left != 0) {
-    Token token;
-    in = ReadToken(in, reinterpret_cast<const Byte*>(stream_end), token);
-    if (in == nullptr) {
-      return nullptr;
-    }
-    decoder.produce(token, out, left);
-    const std::size_t n = std::min(token.produced, left);
-    out += n;
-    left -= n;
-  }
-  return reinterpret_cast<const char*>(in);
+  return PlaneDecoder(target, target_end, stream, stream_end).run();
 }
 
 const char* SkipPlane(std::size_t count, const char* stream, const char* stream_end) {
