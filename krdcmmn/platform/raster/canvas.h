@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace krraster {
 
@@ -41,14 +42,45 @@ struct Ink {
   bool inverts;         // XOR with what is there instead of replacing it
 };
 
+// Four pixels at once, at any address.
+struct FourPixels {
+  std::uint32_t lane[4];
+
+  static FourPixels Of(std::uint32_t pixel) { return {{pixel, pixel, pixel, pixel}}; }
+  static FourPixels Load(const std::uint32_t* p) {
+    FourPixels four;
+    std::memcpy(&four, p, sizeof four);
+    return four;
+  }
+  void store(std::uint32_t* p) const { std::memcpy(p, this, sizeof *this); }
+  FourPixels operator^(const FourPixels& o) const {
+    return {{lane[0] ^ o.lane[0], lane[1] ^ o.lane[1], lane[2] ^ o.lane[2], lane[3] ^ o.lane[3]}};
+  }
+};
+
+// Kernels paint one pixel, or a run of n >= 1. A run of 4 and more ends in four pixels that may
+// overlap those before: most runs are short, and a loop over their rest would be mispredicted.
 struct CopyKernel {
   std::uint32_t pixel;
 
   void dot(std::uint32_t* p) const { *p = pixel; }
   void run(std::uint32_t* p, std::int64_t n) const {
-    for (std::int64_t i = 0; i < n; ++i) {
-      p[i] = pixel;
+    if (n < 4) {
+      p[0] = pixel;
+      p[n / 2] = pixel;
+      p[n - 1] = pixel;
+      return;
     }
+    const FourPixels four = FourPixels::Of(pixel);
+    std::int64_t i = 0;
+    for (; i < n - 8; i += 8) {
+      four.store(p + i);
+      four.store(p + i + 4);
+    }
+    if (i < n - 4) {
+      four.store(p + i);
+    }
+    four.store(p + n - 4);
   }
 };
 
@@ -57,9 +89,18 @@ struct XorKernel {
 
   void dot(std::uint32_t* p) const { *p ^= pixel; }
   void run(std::uint32_t* p, std::int64_t n) const {
-    for (std::int64_t i = 0; i < n; ++i) {
-      p[i] ^= pixel;
+    if (n < 4) {
+      for (std::int64_t i = 0; i < n; ++i) {
+        p[i] ^= pixel;
+      }
+      return;
     }
+    const FourPixels four = FourPixels::Of(pixel);
+    const FourPixels end = FourPixels::Load(p + n - 4) ^ four;  // before any of it is changed
+    for (std::int64_t i = 0; i < n - 4; i += 4) {
+      (FourPixels::Load(p + i) ^ four).store(p + i);
+    }
+    end.store(p + n - 4);
   }
 };
 

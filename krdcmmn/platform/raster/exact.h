@@ -78,4 +78,34 @@ class FloorWalk {
   Int step_rest_;
 };
 
+// How i * dn / d becomes an integer.
+enum class Rounding { nearest_low, nearest_high, up };  // of two nearest the lower, or the higher
+
+// The integers nearest to i * dn / d, or above it, for i = 0, 1, 2, ... without a division a step
+// and without a chain of comparisons: a multiple of the slope in units of 2^-40. Exact for d and
+// |dn| below 2^18 and i up to d: the slope is too great by less than a unit, the sum so by less
+// than d units, and no fraction that matters is nearer than 1 / 2d to where the integer changes.
+class SlopeWalk {
+ public:
+  static constexpr std::int64_t kLimit = std::int64_t{1} << 18;
+
+  SlopeWalk(std::int64_t dn, std::int64_t d, Rounding rounding, std::int64_t i)
+      : slope_(FloorDiv(dn * kOne, d) + 1) {
+    const std::int64_t shift = rounding == Rounding::nearest_low    ? kOne / 2 - (d + 1)
+                               : rounding == Rounding::nearest_high ? kOne / 2
+                                                                    : kOne - (d + 1);
+    sum_ = slope_ * i + shift;
+  }
+  std::int64_t value() const { return sum_ >> kBits; }
+  void next() { sum_ += slope_; }
+  // From here on values are counted from the present one.
+  void restart() { sum_ &= kOne - 1; }
+
+ private:
+  static constexpr int kBits = 40;
+  static constexpr std::int64_t kOne = std::int64_t{1} << kBits;
+  std::int64_t slope_;
+  std::int64_t sum_;
+};
+
 }  // namespace krraster

@@ -58,22 +58,29 @@ template <class Kernel>
 void PaintSteps(const Canvas& canvas, const LineSteps& s, Kernel kernel) {
   std::uint32_t* p = canvas.at(s.x, s.y);
   const std::ptrdiff_t down = s.y_step * canvas.stride;
-  if (s.rise == 0 && s.flat) {
+  if (s.across == 0 && s.flat) {
     kernel.run(s.x_step > 0 ? p : p - (s.count - 1), s.count);
     return;
   }
   const std::ptrdiff_t along = s.flat ? s.x_step : down;
   const std::ptrdiff_t across = s.flat ? down : s.x_step;
+  if (s.is_short()) {
+    SlopeWalk moved = s.moves();
+    for (std::int64_t i = 0; i < s.count; ++i, moved.next()) {
+      kernel.dot(p + i * along + moved.value() * across);
+    }
+    return;
+  }
   std::int64_t error = s.error;
   for (std::int64_t left = s.count;;) {
     kernel.dot(p);
     if (--left == 0) {
       return;
     }
-    error += s.rise;
+    error += 2 * s.across;
     const std::int64_t stays = error >> 63;  // all bits while the error is below 0
     p += along + (across & ~stays);
-    error -= s.fall & ~stays;
+    error -= 2 * s.along & ~stays;
   }
 }
 
@@ -108,8 +115,8 @@ bool VisibleSteps(const Area& area, Place a, Place b, LineSteps* s) {
   if (n == 0) {
     return false;
   }
-  s->rise = 2 * k;
-  s->fall = 2 * n;
+  s->along = n;
+  s->across = k;
   // Half a pixel, less the least bit when moving across goes to greater coordinates: ties stay low.
   const std::int64_t round = n - ((s->flat ? s->y_step : s->x_step) > 0 ? 1 : 0);
   if (area.holds(a) && area.holds(b)) {

@@ -91,25 +91,33 @@ inline void Mask::set(std::int64_t y, std::int64_t x0, std::int64_t x1) {
 // Calls `run(first, end)` for each run of set bits of a row, in bits from the row's start.
 template <class Run>
 void ForEachRun(const std::uint64_t* words, std::size_t count, Run&& run) {
-  std::int64_t start = -1;
+  constexpr std::uint64_t kAll = ~std::uint64_t{0};
+  std::int64_t open = -1;  // where a run began that reached the end of a word
   for (std::size_t i = 0; i < count; ++i) {
-    const std::uint64_t w = words[i];
+    std::uint64_t w = words[i];
     const std::int64_t base = static_cast<std::int64_t>(i) * 64;
-    // Bits where a run begins or ends.
-    std::uint64_t turns = w ^ (w << 1 | (start >= 0 ? 1u : 0u));
-    while (turns != 0) {
-      const std::int64_t at = base + std::countr_zero(turns);
-      turns &= turns - 1;
-      if (start < 0) {
-        start = at;
-      } else {
-        run(start, at);
-        start = -1;
+    if (open >= 0) {
+      if (w == kAll) {
+        continue;
       }
+      const int end = std::countr_one(w);
+      run(open, base + end);
+      open = -1;
+      w &= kAll << end;
+    }
+    while (w != 0) {
+      const int first = std::countr_zero(w);
+      const int end = first + std::countr_one(w >> first);
+      if (end == 64) {
+        open = base + first;
+        break;
+      }
+      run(base + first, base + end);
+      w &= kAll << end;
     }
   }
-  if (start >= 0) {
-    run(start, static_cast<std::int64_t>(count) * 64);
+  if (open >= 0) {
+    run(open, static_cast<std::int64_t>(count) * 64);
   }
 }
 

@@ -35,12 +35,33 @@ void FlipCrossings(Mask& inside, Place a, Place b) {
   }
 }
 
+// The same for edges short enough for SlopeWalk.
+void FlipShortEdge(Mask& inside, Place a, Place b) {
+  const Area& area = inside.area();
+  const std::int64_t first = std::max<std::int64_t>(a.y, area.top);
+  const std::int64_t end = std::min<std::int64_t>(b.y, area.bottom);
+  if (first >= end) {
+    return;
+  }
+  SlopeWalk moved(b.x - a.x, b.y - a.y, Rounding::up, first - a.y);
+  for (std::int64_t y = first; y < end; ++y, moved.next()) {
+    const std::int64_t x = std::max<std::int64_t>(a.x + moved.value(), area.left);
+    if (x < area.right) {
+      inside.flip(x, y);
+    }
+  }
+}
+
 void FlipEdge(Mask& inside, Place a, Place b) {
   if (a.y > b.y) {
     std::swap(a, b);
   }
-  constexpr std::int64_t kSmall = std::int64_t{1} << 30;
-  if (b.y - a.y < kSmall && b.x - a.x < kSmall && a.x - b.x < kSmall) {
+  const auto below = [&](std::int64_t limit) {
+    return b.y - a.y < limit && b.x - a.x < limit && a.x - b.x < limit;
+  };
+  if (below(SlopeWalk::kLimit)) {
+    FlipShortEdge(inside, a, b);
+  } else if (below(std::int64_t{1} << 30)) {
     FlipCrossings<std::int64_t>(inside, a, b);
   } else {
     FlipCrossings<int128>(inside, a, b);
@@ -63,7 +84,13 @@ void AddThinOutline(Mask& mask, const Corners& corners) {
   ForEachEdge(corners, [&](Place a, Place b) {
     LineSteps steps;
     if (VisibleSteps(mask.area(), a, b, &steps)) {
-      ForEachStep(steps, [&](std::int64_t x, std::int64_t y, std::int64_t) { mask.set(x, y); });
+      ForEachLineRun(steps, [&](std::int64_t y, std::int64_t x0, std::int64_t x1) {
+        if (x1 - x0 == 1) {
+          mask.set(x0, y);
+        } else {
+          mask.set(y, x0, x1);
+        }
+      });
     } else if (mask.area().holds(a)) {  // an edge of one pixel
       mask.set(a.x, a.y);
     }
