@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/raster/any_shape.h"
 
@@ -146,6 +147,16 @@ TEST(Ellipse, ThreeWaysToTheSameExtents) {
                          within(px, std::max<std::int64_t>(y - 1, 0)));
     };
     ASSERT_TRUE(in(x) && !in(x + 2) && (x - a) % 2 == 0) << a << " " << b << " " << y << " " << x;
+  }
+}
+
+TEST(Ellipse, CirclesInOneGoHaveTheSameExtents) {
+  std::vector<std::int32_t> extents(1025);
+  for (std::int32_t a = 1; a < 2048; a += a < 300 ? 1 : 29) {
+    krraster::CircleExtents(a, a & 1, a, extents.data());
+    for (std::int32_t y = a & 1; y <= a; y += 2) {
+      ASSERT_EQ(extents[static_cast<std::size_t>(y / 2)], krraster::OutlineExtent(a, a).at(y)) << a;
+    }
   }
 }
 

@@ -1,116 +1,103 @@
 #include "krdcmmn/platform/raster/ellipse.h"
 
-#include <algorithm>
-#include <cmath>
+#include <cstdlib>
 
-#include "krdcmmn/platform/raster/mask.h"
+#include "krdcmmn/platform/raster/ellipse_rows.h"
+#include "krdcmmn/platform/raster/ring.h"
 
 namespace krraster {
 
 namespace {
 
-constexpr std::int64_t kNoRow = -1;
+// Runs go to `outline` and `inside`, either of which may be a sink that does nothing.
+template <class Outline, class Inside>
+void RowsOfEllipse(const Area& area, const Box& box, Outline&& outline, Inside&& inside) {
+  ForEachRow(area, box, [&](std::int64_t y, std::int64_t, std::int64_t extent, std::int64_t outer) {
+    const OutlineRuns runs = RunsOf(box, extent, outer);
+    ClippedRun(area, outline, y, runs.left_low, runs.left_high + 1);
+    if (runs.right_low <= runs.right_high) {
+      ClippedRun(area, outline, y, runs.right_low, runs.right_high + 1);
+      ClippedRun(area, inside, y, runs.left_high + 1, runs.right_low);
+    }
+  });
+}
 
-// The doubled places of visible rows in one half of the box: rows Y = first, first + 2, ..., last
-// on the side where the row is top + (b + side Y) / 2. Empty when first > last.
-struct HalfRows {
-  std::int64_t first;
-  std::int64_t last;
-
-  bool holds(std::int64_t y) const { return y >= first && y <= last; }
+// A kernel and a sink for what is not painted.
+struct NoKernel {
+  void dot(std::uint32_t*) const {}
+  void run(std::uint32_t*, std::int64_t) const {}
 };
 
-HalfRows VisibleUpperRows(const Area& area, const Box& box) {
-  const std::int64_t top = std::max<std::int64_t>(area.top, box.top) - box.top;
-  const std::int64_t bottom = std::min<std::int64_t>(area.bottom - 1 - box.top, box.b / 2);
-  return {box.b - 2 * bottom, box.b - 2 * top};
+template <class Work>
+void WithFillKernel(const Fill& fill, Work&& work) {
+  if (fill.solid) {
+    WithKernel(fill.ink, work);
+  } else {
+    work(NoKernel{});
+  }
 }
 
-HalfRows VisibleLowerRows(const Area& area, const Box& box) {
-  const std::int64_t top = std::max<std::int64_t>(area.top - box.top, box.b / 2 + 1);
-  const std::int64_t bottom = std::min(area.bottom - 1 - box.top, box.b);
-  return {2 * top - box.b, 2 * bottom - box.b};
-}
-
-// Calls `row(y, Y, extent, outer)` for each visible row of the outline's solid shape: its extent
-// and that of the next row away from the middle, kNoRow beyond the last. Works outward row by row,
-// so that each extent serves the row and its mirror image.
-template <class Row>
-void ForEachRow(const Area& area, const Box& box, Row&& row) {
-  if (box.a < 0 || box.b < 0 || area.empty()) {
-    return;
-  }
-  if (box.left >= area.right || box.left + box.a < area.left) {
-    return;
-  }
-  const HalfRows upper = VisibleUpperRows(area, box);
-  const HalfRows lower = VisibleLowerRows(area, box);
-  if (upper.first > upper.last && lower.first > lower.last) {
-    return;
-  }
-  std::int64_t first = upper.first;
-  std::int64_t last = upper.last;
-  if (lower.first <= lower.last) {
-    const bool both = upper.first <= upper.last;
-    first = both ? std::min(first, lower.first) : lower.first;
-    last = both ? std::max(last, lower.last) : lower.last;
-  }
-  const OutlineExtent shape(box.a, box.b);
-  std::int64_t outer = last + 2 <= box.b ? shape.at(last + 2) : kNoRow;
-  for (std::int64_t y = last; y >= first; y -= 2) {
+// An ellipse that lies on the canvas whole. A row's runs, left and right, and those of its mirror
+// image have one length: one loop paints all four.
+template <class Pen, class Brush>
+void PaintWhole(const Canvas& canvas, const Box& box, Pen pen, Brush brush) {
+  const std::int64_t first = box.b & 1;
+  const RowExtents shape(box, first, box.b);
+  std::uint32_t* upper = canvas.at(box.left, box.top);
+  std::uint32_t* lower = upper + box.b * canvas.stride;
+  std::int64_t outer = kNoRow;
+  for (std::int64_t y = box.b; y >= first; y -= 2, upper += canvas.stride, lower -= canvas.stride) {
     const std::int64_t extent = shape.at(y);
-    if (upper.holds(y)) {
-      row(box.top + (box.b - y) / 2, -y, extent, outer);
-    }
-    if (lower.holds(y)) {
-      row(box.top + (box.b + y) / 2, y, extent, outer);
+    const std::int64_t low = (box.a - extent) / 2;
+    if (outer == kNoRow || extent == 0) {
+      pen.run(upper + low, extent + 1);
+      if (y != 0) {
+        pen.run(lower + low, extent + 1);
+      }
+    } else {
+      const std::int64_t start = std::min(extent, outer + 2);
+      const std::int64_t count = (extent - start) / 2 + 1;
+      const std::int64_t high = (box.a + start) / 2;
+      for (std::int64_t i = 0; i < count; ++i) {
+        pen.dot(upper + low + i);
+        pen.dot(upper + high + i);
+        if (y != 0) {
+          pen.dot(lower + low + i);
+          pen.dot(lower + high + i);
+        }
+      }
+      if (start > 1) {
+        brush.run(upper + low + count, start - 1);
+        if (y != 0) {
+          brush.run(lower + low + count, start - 1);
+        }
+      }
     }
     outer = extent;
   }
 }
 
-// The outline's pixels of a row as columns: `left` and `right`, mirror images; `right` is empty
-// when one run has them all.
-struct OutlineRuns {
-  std::int64_t left_low;
-  std::int64_t left_high;
-  std::int64_t right_low;
-  std::int64_t right_high;
-};
-
-OutlineRuns RunsOf(const Box& box, std::int64_t extent, std::int64_t outer) {
-  const std::int64_t low = box.left + (box.a - extent) / 2;
-  const std::int64_t high = box.left + (box.a + extent) / 2;
-  if (outer == kNoRow || extent == 0) {
-    return {low, high, high + 1, high};
-  }
-  const std::int64_t start = std::min(extent, outer + 2);
-  return {low, box.left + (box.a - start) / 2, box.left + (box.a + start) / 2, high};
-}
-
-template <class Kernel>
-void PaintOutline(const Canvas& canvas, const Box& box, Kernel kernel) {
+void DrawThinEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, const Box& box) {
   const Area area = canvas.area();
-  const CanvasSink<Kernel> sink{canvas, kernel};
-  ForEachRow(area, box, [&](std::int64_t y, std::int64_t, std::int64_t extent, std::int64_t outer) {
-    const OutlineRuns runs = RunsOf(box, extent, outer);
-    ClippedRun(area, sink, y, runs.left_low, runs.left_high + 1);
-    ClippedRun(area, sink, y, runs.right_low, runs.right_high + 1);
+  const bool whole = box.a >= 0 && box.b >= 0 && area.holds({box.left, box.top}) &&
+                     area.holds({box.left + box.a, box.top + box.b});
+  WithKernel(stroke.ink, [&](auto pen) {
+    WithFillKernel(fill, [&](auto brush) {
+      if (whole) {
+        PaintWhole(canvas, box, pen, brush);
+      } else {
+        RowsOfEllipse(area, box, CanvasSink<decltype(pen)>{canvas, pen},
+                      CanvasSink<decltype(brush)>{canvas, brush});
+      }
+    });
   });
 }
 
-// What is inside the outline, or with it when the shape has none.
-template <class Kernel>
-void PaintInside(const Canvas& canvas, const Box& box, bool with_outline, Kernel kernel) {
-  const Area area = canvas.area();
-  const CanvasSink<Kernel> sink{canvas, kernel};
-  ForEachRow(area, box, [&](std::int64_t y, std::int64_t, std::int64_t extent, std::int64_t outer) {
-    const OutlineRuns runs = RunsOf(box, extent, outer);
-    if (with_outline) {
-      ClippedRun(area, sink, y, runs.left_low, std::max(runs.left_high, runs.right_high) + 1);
-    } else if (runs.right_low <= runs.right_high) {
-      ClippedRun(area, sink, y, runs.left_high + 1, runs.right_low);
-    }
+// What is inside a dashed outline, without its gaps.
+void FillInside(const Canvas& canvas, Ink ink, const Box& box) {
+  WithKernel(ink, [&](auto brush) {
+    RowsOfEllipse(canvas.area(), box, CanvasSink<NoKernel>{canvas, {}},
+                  CanvasSink<decltype(brush)>{canvas, brush});
   });
 }
 
@@ -151,10 +138,31 @@ void DrawDashedArc(const Canvas& canvas, const Stroke& stroke, const Box& box,
   }
 }
 
+// What a sector takes of each quarter of an ellipse: all, nothing, or a part.
+enum class Share { all, none, part };
+
+struct Quarters {
+  Share of[2][2];  // by the sides, 1 where Y > 0 and where X > 0
+
+  explicit Quarters(const Sector& sector) {
+    for (const int down : {0, 1}) {
+      for (const int right : {0, 1}) {
+        const auto x = right == 1 ? 1 : -1;
+        const auto y = down == 1 ? 1 : -1;
+        const auto meets = [&](Place ray) { return ray.x * x >= 0 && ray.y * y >= 0; };
+        const bool met = meets(sector.start()) || meets(sector.end());
+        of[down][right] = met ? Share::part : sector.holds(x, y) ? Share::all : Share::none;
+      }
+    }
+  }
+};
+
 template <class Kernel>
 void PaintArc(const Canvas& canvas, const Box& box, const Sector& sector, Kernel kernel) {
   const std::int64_t middle2 = 2 * box.left + box.a;
   const Area area = canvas.area();
+  const Quarters quarters(sector);
+  const CanvasSink<Kernel> sink{canvas, kernel};
   ForEachRow(area, box,
              [&](std::int64_t y, std::int64_t qy, std::int64_t extent, std::int64_t outer) {
                const auto pieces = [&](std::int64_t row, std::int64_t x0, std::int64_t x1) {
@@ -163,153 +171,40 @@ void PaintArc(const Canvas& canvas, const Box& box, const Sector& sector, Kernel
                  });
                };
                const OutlineRuns runs = RunsOf(box, extent, outer);
-               ClippedRun(area, pieces, y, runs.left_low, runs.left_high + 1);
-               ClippedRun(area, pieces, y, runs.right_low, runs.right_high + 1);
+               const bool halves = runs.right_low <= runs.right_high && qy != 0;
+               const auto paint = [&](int right, std::int64_t x0, std::int64_t x1) {
+                 const Share share = halves ? quarters.of[qy > 0 ? 1 : 0][right] : Share::part;
+                 if (share == Share::all) {
+                   ClippedRun(area, sink, y, x0, x1);
+                 } else if (share == Share::part) {
+                   ClippedRun(area, pieces, y, x0, x1);
+                 }
+               };
+               paint(0, runs.left_low, runs.left_high + 1);
+               paint(1, runs.right_low, runs.right_high + 1);
              });
-}
-
-// A wide pen's ring lies between the ellipse grown and the ellipse shrunk by half the width: pixel
-// centres inside the first and not inside the second. Calls `row(y, Y, outer, inner)` for each
-// visible row, the extents below 0 where there are none.
-template <class Row>
-void ForEachRingRow(const Area& area, const Box& box, std::int64_t width, Row&& row) {
-  if (box.a < 0 || box.b < 0 || box.left - width >= area.right ||
-      box.left + box.a + width < area.left) {
-    return;
-  }
-  const InsideExtent grown(box.a + width, box.b + width);
-  const InsideExtent shrunk(box.a - width, box.b - width);
-  const std::int64_t first = std::max<std::int64_t>(area.top, box.top - width / 2);
-  const std::int64_t last = std::min<std::int64_t>(area.bottom - 1, box.top + box.b + width / 2);
-  for (std::int64_t y = first; y <= last; ++y) {
-    const std::int64_t qy = 2 * (y - box.top) - box.b;
-    const std::int64_t outer = grown.at(std::abs(qy), box.a & 1);
-    if (outer >= 0) {
-      row(y, qy, outer, shrunk.at(std::abs(qy), box.a & 1));
-    }
-  }
-}
-
-// Columns of the doubled extents -x to x.
-std::int64_t LowColumn(const Box& box, std::int64_t x) {
-  return box.left + (box.a - x) / 2;
-}
-std::int64_t HighColumn(const Box& box, std::int64_t x) {
-  return box.left + (box.a + x) / 2;
-}
-
-// Hands the runs of a ring's row to `sink(y, x0, x1)`.
-template <class Sink>
-void RingRuns(const Area& area, const Box& box, std::int64_t y, std::int64_t outer,
-              std::int64_t inner, Sink&& sink) {
-  if (inner < 0) {
-    ClippedRun(area, sink, y, LowColumn(box, outer), HighColumn(box, outer) + 1);
-    return;
-  }
-  ClippedRun(area, sink, y, LowColumn(box, outer), LowColumn(box, inner));
-  ClippedRun(area, sink, y, HighColumn(box, inner) + 1, HighColumn(box, outer) + 1);
-}
-
-template <class Kernel>
-void PaintRing(const Canvas& canvas, const Box& box, std::int64_t width, Kernel kernel) {
-  const CanvasSink<Kernel> sink{canvas, kernel};
-  ForEachRingRow(canvas.area(), box, width,
-                 [&](std::int64_t y, std::int64_t, std::int64_t outer, std::int64_t inner) {
-                   RingRuns(canvas.area(), box, y, outer, inner, sink);
-                 });
-}
-
-template <class Kernel>
-void PaintInsideRing(const Canvas& canvas, const Box& box, std::int64_t width, Kernel kernel) {
-  const CanvasSink<Kernel> sink{canvas, kernel};
-  ForEachRingRow(canvas.area(), box, width,
-                 [&](std::int64_t y, std::int64_t, std::int64_t, std::int64_t inner) {
-                   if (inner >= 0) {
-                     ClippedRun(canvas.area(), sink, y, LowColumn(box, inner),
-                                HighColumn(box, inner) + 1);
-                   }
-                 });
-}
-
-// The round end of a wide arc: the disc about the point where the ray meets the ellipse.
-void AddRoundEnd(Mask& mask, const Box& box, std::int64_t width, Place ray) {
-  const double rx = static_cast<double>(ray.x);
-  const double ry = static_cast<double>(ray.y);
-  const double a = static_cast<double>(std::max<std::int64_t>(box.a, 1));
-  const double b = static_cast<double>(std::max<std::int64_t>(box.b, 1));
-  const double scale = 1.0 / std::sqrt(rx / a * (rx / a) + ry / b * (ry / b));
-  const double x = rx * scale;  // doubled, from the middle
-  const double y = ry * scale;
-  const double reach = static_cast<double>(width);
-  const Area& area = mask.area();
-  const double middle = static_cast<double>(box.b);
-  const auto row_of = [&](double doubled) {
-    return box.top + static_cast<std::int64_t>(std::floor((middle + doubled) / 2));
-  };
-  const std::int64_t first = std::max<std::int64_t>(area.top, row_of(y - reach));
-  const std::int64_t last = std::min<std::int64_t>(area.bottom - 1, row_of(y + reach) + 1);
-  for (std::int64_t row = first; row <= last; ++row) {
-    const double dy = static_cast<double>(2 * (row - box.top) - box.b) - y;
-    const double square = reach * reach - dy * dy;
-    if (square >= 0) {
-      const double half = std::sqrt(square);
-      const double left = std::ceil((static_cast<double>(box.a) + x - half) / 2);
-      const double right = std::floor((static_cast<double>(box.a) + x + half) / 2);
-      ClippedRun(
-          area, [&](std::int64_t r, std::int64_t x0, std::int64_t x1) { mask.set(r, x0, x1); }, row,
-          box.left + static_cast<std::int64_t>(left),
-          box.left + static_cast<std::int64_t>(right) + 1);
-    }
-  }
-}
-
-void DrawWideArc(const Canvas& canvas, const Stroke& stroke, const Box& box, const Sector& sector) {
-  const std::int64_t width = stroke.width;
-  const Area area = Intersection(canvas.area(), box.left - width, box.top - width,
-                                 box.left + box.a + width + 1, box.top + box.b + width + 1);
-  if (area.empty()) {
-    return;
-  }
-  const std::int64_t middle2 = 2 * box.left + box.a;
-  Mask mask(area);
-  ForEachRingRow(area, box, width,
-                 [&](std::int64_t y, std::int64_t qy, std::int64_t outer, std::int64_t inner) {
-                   RingRuns(area, box, y, outer, inner,
-                            [&](std::int64_t row, std::int64_t x0, std::int64_t x1) {
-                              sector.Pieces(x0, x1 - 1, middle2, qy,
-                                            [&](std::int64_t low, std::int64_t high) {
-                                              mask.set(row, low, high + 1);
-                                            });
-                            });
-                 });
-  AddRoundEnd(mask, box, width, sector.start());
-  AddRoundEnd(mask, box, width, sector.end());
-  Paint(canvas, mask, stroke.ink);
 }
 
 }  // namespace
 
 void DrawEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, const Box& box) {
-  if (fill.solid) {
-    WithKernel(fill.ink, [&](auto kernel) {
-      if (stroke.kind == StrokeKind::wide) {
-        PaintInsideRing(canvas, box, stroke.width, kernel);
-      } else {
-        PaintInside(canvas, box, stroke.kind == StrokeKind::none, kernel);
-      }
-    });
-  }
   switch (stroke.kind) {
-    case StrokeKind::none:
+    case StrokeKind::none:  // the fill takes the outline's pixels too
+      if (fill.solid) {
+        DrawThinEllipse(canvas, Stroke{StrokeKind::thin, fill.ink, 1, 0, false, {}}, fill, box);
+      }
       return;
     case StrokeKind::thin:
-      WithKernel(stroke.ink, [&](auto kernel) { PaintOutline(canvas, box, kernel); });
+      DrawThinEllipse(canvas, stroke, fill, box);
       return;
     case StrokeKind::dashed:
+      if (fill.solid) {
+        FillInside(canvas, fill.ink, box);
+      }
       DrawDashedArc(canvas, stroke, box, Sector(box, {box.left, box.top}, {box.left, box.top}));
       return;
     case StrokeKind::wide:
-      WithKernel(stroke.ink, [&](auto kernel) { PaintRing(canvas, box, stroke.width, kernel); });
+      DrawRing(canvas, stroke, fill, box);
       return;
   }
 }
@@ -324,7 +219,7 @@ void DrawArc(const Canvas& canvas, const Stroke& stroke, const Box& box, Place s
   } else if (sector.whole()) {
     DrawEllipse(canvas, stroke, Fill{false, {}}, box);
   } else if (stroke.kind == StrokeKind::wide) {
-    DrawWideArc(canvas, stroke, box, sector);
+    DrawRingPart(canvas, stroke, box, sector);
   } else {
     WithKernel(stroke.ink, [&](auto kernel) { PaintArc(canvas, box, sector, kernel); });
   }

@@ -37,6 +37,9 @@ class OutlineExtent {
   Size size_;
 };
 
+// The same for the rows first, first + 2, ..., last of a circle with a = b = `a` below 2048.
+void CircleExtents(std::int32_t a, std::int32_t first, std::int32_t last, std::int32_t* extents);
+
 // The pixels whose centre is inside an ellipse of diameters da and db (in pixels, any parity).
 class InsideExtent {
  public:

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include "krdcmmn/platform/raster/ellipse.h"
@@ -36,6 +37,21 @@ std::int64_t OutlineExtent::at(std::int64_t y) const {
   return most - ((most ^ a_) & 1);
 }
 
+void CircleExtents(std::int32_t a, std::int32_t first, std::int32_t last, std::int32_t* extents) {
+  // Roots of numbers below 2^22 are exact in single precision: the nearest number below a square is
+  // off by more than the rounding. The root for Y = 0 exceeds a and is cut off.
+  const std::int32_t count = (last - first) / 2 + 1;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const std::int32_t y = first + 2 * i;
+    const std::int32_t rest = (a - y) * (a + y);
+    const auto by_column = static_cast<std::int32_t>(std::sqrt(static_cast<float>(rest))) + 1;
+    const auto by_row =
+        static_cast<std::int32_t>(std::sqrt(static_cast<float>(rest + std::max(2 * y - 1, 0))));
+    const std::int32_t most = std::min(a, std::max(by_column, by_row));
+    extents[i] = most - ((most ^ a) & 1);
+  }
+}
+
 std::int64_t InsideExtent::at(std::int64_t y, std::int64_t parity) const {
   if (y >= db_ || da_ <= 0) {
     return -1;
@@ -43,7 +59,10 @@ std::int64_t InsideExtent::at(std::int64_t y, std::int64_t parity) const {
   // X^2 db^2 < da^2 (db^2 - Y^2), for integers: X^2 <= (that - 1) / db^2.
   constexpr std::int64_t kExact = std::int64_t{1} << 32;
   std::int64_t most;
-  if (da_ < kExact && db_ < kExact) {
+  if (da_ == db_ && da_ < kExact / 2) {
+    most = static_cast<std::int64_t>(
+        SquareRoot(static_cast<std::uint64_t>(da_ - y) * static_cast<std::uint64_t>(da_ + y) - 1));
+  } else if (da_ < kExact && db_ < kExact) {
     const auto da2 = static_cast<std::uint64_t>(da_) * static_cast<std::uint64_t>(da_);
     const auto db2 = static_cast<std::uint64_t>(db_) * static_cast<std::uint64_t>(db_);
     const auto y2 = static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(y);
