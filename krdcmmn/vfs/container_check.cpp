@@ -83,6 +83,7 @@ class CONTAINER_CHECK {
     const auto report = [this](int entry, const char* text) { add(entry, text); };
     keep_.checkLayout(table_pos_, report);
     keep_.checkTree(report);
+    checkReached();
     std::int64_t pos = kHeaderBytes + std::int64_t{header_size_};
     for (unsigned i = 0; i < records_; ++i) {
       const virt_file& record = *keep_.entries_[i];
@@ -93,6 +94,18 @@ class CONTAINER_CHECK {
     }
     if (pos != table_pos_) {
       add(-1, "the table does not begin where the last content ends");
+    }
+  }
+
+  // The followers of a list's head are reached if it is.
+  void checkReached() {
+    for (unsigned i = 0; i < records_; ++i) {
+      const virt_file& record = *keep_.entries_[i];
+      const int dir = record.parentEntry;
+      if (record.prevEntry == -1 && (dir == -1 || keep_.isIndex(dir)) &&
+          keep_.headOf(dir) != static_cast<std::int32_t>(i)) {
+        add(static_cast<int>(i), "in no directory");
+      }
     }
   }
 
