@@ -61,7 +61,8 @@ KRDCMMN_API unsigned char AnsiUpper(unsigned char byte);
 // functions stop after `size` bytes.
 KRDCMMN_API int lstrcmpA(const char* a, const char* b);
 KRDCMMN_API int lstrcmpiA(const char* a, const char* b);
-KRDCMMN_API int _stricmp(const char* a, const char* b);  // ASCII letters only
+// As lstrcmpiA, but only ASCII letters have two cases, and they compare as small ones.
+KRDCMMN_API int _stricmp(const char* a, const char* b);
 KRDCMMN_API int _mbsicmp(const char* a, const char* b);
 KRDCMMN_API int _mbsnbcmp(const char* a, const char* b, std::size_t size);
 KRDCMMN_API int _mbsnbicmp(const char* a, const char* b, std::size_t size);
