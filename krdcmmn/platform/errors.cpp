@@ -126,8 +126,8 @@ Spec ReadInsert(std::string_view text, std::size_t& at) {
 // Walks a template and tells its pieces to `sink`: Text(string_view) and Show(Spec).
 template <typename Sink>
 void Walk(std::string_view text, Sink& sink) {
-  static constexpr std::pair<char, char> kEscapes[] = {
-      {'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'b', ' '}};
+  static constexpr std::pair<char, std::string_view> kEscapes[] = {
+      {'n', "\r\n"}, {'r', "\r"}, {'t', "\t"}, {'b', " "}};
   std::size_t at = 0;
   while (at < text.size()) {
     const std::size_t percent = std::min(text.find('%', at), text.size());
@@ -147,7 +147,7 @@ void Walk(std::string_view text, Sink& sink) {
     }
     const auto* escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
                                       [next](const auto& row) { return row.first == next; });
-    sink.Text({escape != std::end(kEscapes) ? &escape->second : &text[at], 1});
+    sink.Text(escape != std::end(kEscapes) ? escape->second : text.substr(at, 1));
     ++at;
   }
 }

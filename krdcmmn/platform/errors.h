@@ -33,11 +33,11 @@ inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 // - FROM_SYSTEM: the host's text for the error `code`, inserts untouched; 0 for an unknown code;
 // - FROM_STRING: `source` is a template. `%1` to `%99` are inserts, a null-terminated string each
 //   or, as `%1!format!`, a printf conversion of that argument; they may come in any order and any
-//   number of times. `%%` is a percent sign, `%n` a line end, `%r` a carriage return, `%t` a tab,
-//   `%b` a blank, `%.` a point, `%!` an exclamation mark; `%0` ends the text; a `%` before any
-//   other character gives that character, and at the very end itself. A `!` without a second one is
-//   text. `arguments` is a list that the highest insert number must not exceed; null leaves every
-//   insert empty, as does a null string.
+//   number of times. `%%` is a percent sign, `%n` a line end (CR LF), `%r` a carriage return,
+//   `%t` a tab, `%b` a blank, `%.` a point, `%!` an exclamation mark; `%0` ends the text; a `%`
+//   before any other character gives that character, and at the very end itself. A `!` without a
+//   second one is text. `arguments` is a list that the highest insert number must not exceed; null
+//   leaves every insert empty, as does a null string.
 //
 // The conversions are d i u x X o c s p with flags, width and precision (4095 at most); a `*` takes
 // an insert of its own, from the numbered one on, ahead of the value: `%1!*.*s!` shows insert 3.

@@ -59,7 +59,7 @@ TEST(Templates, StringsComeInAnyOrderAndAnyNumberOfTimes) {
       {"%1!!%2", "two"},
       {"%1!q!%2", "two"},
       {"%1!ls!%2!hs!", "two"},
-      {"100%% %. %! %b|%t|%r|%n", "100% . !  |\t|\r|\n"},
+      {"100%% %. %! %b|%t|%r|%n", "100% . !  |\t|\r|\r\n"},
       {"%q%Z%-", "qZ-"},
       {"a%", "a%"},
       {"a%0b%1", "a"},
