@@ -58,29 +58,41 @@ struct FourPixels {
   }
 };
 
-// Kernels paint one pixel, or a run of n >= 1. A run of 4 and more ends in four pixels that may
-// overlap those before: most runs are short, and a loop over their rest would be mispredicted.
+// Kernels paint one pixel, or a run of n >= 1. Most runs are short and their lengths vary, so that
+// a loop over single pixels would be mispredicted: a run of 4 and more is painted by fours, the
+// last of which may overlap those before.
 struct CopyKernel {
   std::uint32_t pixel;
 
   void dot(std::uint32_t* p) const { *p = pixel; }
   void run(std::uint32_t* p, std::int64_t n) const {
+    const FourPixels four = FourPixels::Of(pixel);
     if (n < 4) {
       p[0] = pixel;
-      p[n / 2] = pixel;
+      p[n >> 1] = pixel;
       p[n - 1] = pixel;
-      return;
+    } else if (n <= 8) {
+      four.store(p);
+      four.store(p + n - 4);
+    } else if (n <= 16) {
+      four.store(p);
+      four.store(p + 4);
+      four.store(p + n - 8);
+      four.store(p + n - 4);
+    } else {
+      for (std::int64_t i = 0; i < n - 16; i += 16) {
+        sixteen(p + i, four);
+      }
+      sixteen(p + n - 16, four);
     }
-    const FourPixels four = FourPixels::Of(pixel);
-    std::int64_t i = 0;
-    for (; i < n - 8; i += 8) {
-      four.store(p + i);
-      four.store(p + i + 4);
-    }
-    if (i < n - 4) {
-      four.store(p + i);
-    }
-    four.store(p + n - 4);
+  }
+
+ private:
+  static void sixteen(std::uint32_t* p, const FourPixels& four) {
+    four.store(p);
+    four.store(p + 4);
+    four.store(p + 8);
+    four.store(p + 12);
   }
 };
 

@@ -1,6 +1,5 @@
 #include "krdcmmn/platform/raster/polygon.h"
 
-#include <optional>
 #include <utility>
 
 #include "krdcmmn/platform/raster/capsule.h"
@@ -44,10 +43,13 @@ void FlipShortEdge(Mask& inside, Place a, Place b) {
     return;
   }
   SlopeWalk moved(b.x - a.x, b.y - a.y, Rounding::up, first - a.y);
-  for (std::int64_t y = first; y < end; ++y, moved.next()) {
-    const std::int64_t x = std::max<std::int64_t>(a.x + moved.value(), area.left);
-    if (x < area.right) {
-      inside.flip(x, y);
+  std::uint64_t* row = inside.row(first);
+  const std::int64_t left = a.x - area.left;
+  const auto width = std::int64_t{area.right} - area.left;
+  for (std::int64_t y = first; y < end; ++y, row += inside.words(), moved.next()) {
+    const std::int64_t x = std::max<std::int64_t>(left + moved.value(), 0);
+    if (x < width) {
+      row[x >> 6] ^= std::uint64_t{1} << (x & 63);
     }
   }
 }
@@ -133,6 +135,34 @@ Area Extent(const Canvas& canvas, const Stroke& stroke, const Corners& corners) 
                       high.y + margin + 1);
 }
 
+// The inside, less what `taken` and `gaps` have.
+void PaintInside(const Canvas& canvas, const Fill& fill, const Corners& corners, const Area& area,
+                 const Mask* taken, const Mask* gaps) {
+  if (!fill.solid) {
+    return;
+  }
+  Mask inside(area);
+  ForEachEdge(corners, [&](Place a, Place b) { FlipEdge(inside, a, b); });
+  inside.fill_between_flips();
+  if (taken != nullptr) {
+    inside.remove(*taken);
+  }
+  if (gaps != nullptr) {
+    inside.remove(*gaps);
+  }
+  Paint(canvas, inside, fill.ink);
+}
+
+// Edge by edge, over what is there: for inks that replace pixels.
+void PaintOver(const Canvas& canvas, const Stroke& stroke, const Corners& corners) {
+  ForEachEdge(corners, [&](Place a, Place b) {
+    DrawSegment(canvas, stroke, a, b);
+    if (stroke.kind == StrokeKind::thin && a.x == b.x && a.y == b.y && canvas.area().holds(a)) {
+      *canvas.at(a.x, a.y) = stroke.ink.pixel;
+    }
+  });
+}
+
 }  // namespace
 
 void DrawPolygon(const Canvas& canvas, const Stroke& stroke, const Fill& fill,
@@ -141,37 +171,30 @@ void DrawPolygon(const Canvas& canvas, const Stroke& stroke, const Fill& fill,
   if (area.empty()) {
     return;
   }
-  Mask outline(area);
-  std::optional<Mask> gaps;
-  switch (stroke.kind) {
-    case StrokeKind::none:
-      break;
-    case StrokeKind::thin:
-      AddThinOutline(outline, corners);
-      break;
-    case StrokeKind::dashed:
-      gaps.emplace(area);
-      AddDashedOutline(outline, *gaps, stroke, corners);
-      gaps->remove(outline);
-      break;
-    case StrokeKind::wide:
-      AddWideOutline(outline, stroke, corners);
-      break;
+  if (stroke.kind == StrokeKind::none ||
+      (!stroke.ink.inverts && stroke.kind != StrokeKind::dashed)) {
+    PaintInside(canvas, fill, corners, area, nullptr, nullptr);
+    PaintOver(canvas, stroke, corners);
+    return;
   }
-  if (fill.solid) {
-    Mask inside(area);
-    ForEachEdge(corners, [&](Place a, Place b) { FlipEdge(inside, a, b); });
-    inside.fill_between_flips();
-    inside.remove(outline);
-    if (gaps) {
-      inside.remove(*gaps);
+  Mask outline(area);
+  if (stroke.kind == StrokeKind::dashed) {
+    Mask gaps(area);
+    AddDashedOutline(outline, gaps, stroke, corners);
+    gaps.remove(outline);
+    PaintInside(canvas, fill, corners, area, &outline, &gaps);
+    if (stroke.paints_gaps) {
+      Paint(canvas, gaps, stroke.gap);
     }
-    Paint(canvas, inside, fill.ink);
+  } else {
+    if (stroke.kind == StrokeKind::thin) {
+      AddThinOutline(outline, corners);
+    } else {
+      AddWideOutline(outline, stroke, corners);
+    }
+    PaintInside(canvas, fill, corners, area, &outline, nullptr);
   }
   Paint(canvas, outline, stroke.ink);
-  if (gaps && stroke.paints_gaps) {
-    Paint(canvas, *gaps, stroke.gap);
-  }
 }
 
 namespace {
