@@ -43,7 +43,7 @@ void virt_file::load(void* host) {
 // Gives the bytes of the content's place that its blocks do not take.
 std::uint32_t virt_file::readContent(void* host) {
   const auto size = nElem;
-  if (size < kContentBytes) {
+  if (size < kContentBytes || sizeElem != 1) {
     throw kFileDamaged;
   }
   CONTENT_READER blocks(host, filePos, sizeFull);
