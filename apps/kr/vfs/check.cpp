@@ -1,6 +1,8 @@
 // kr vfs check, and the complaints of all subcommands.
 #include <cstdio>
+#include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "krdcmmn/vfs/container_check.h"
 
@@ -15,7 +17,13 @@ namespace {
 // check finds by index.
 class FileCheck {
  public:
-  FileCheck(FileStore& store, Complaints& complaints) : store_(store), complaints_(complaints) {}
+  FileCheck(FileStore& store, const std::vector<KRD::CONTAINER_DAMAGE>& known,
+            Complaints& complaints)
+      : store_(store), complaints_(complaints) {
+    for (const KRD::CONTAINER_DAMAGE& damage : known) {
+      known_.insert(damage.entry);
+    }
+  }
 
   void run(int directory, const std::string& prefix, int level) {
     if (level == kMostLevels) {
@@ -27,10 +35,15 @@ class FileCheck {
       if (entry.damage.empty()) {
         names_[entry.index] = name;
       }
+      if (known_.count(entry.index) != 0) {
+        // Told already.
+      } else if (!entry.damage.empty()) {
+        complaints_.add(store_.name() + ": " + name + ": " + entry.damage);
+      } else if (!entry.attributes.directory) {
+        read(entry, name);
+      }
       if (entry.attributes.directory) {
         run(entry.index, name + '/', level + 1);
-      } else {
-        read(entry, name);
       }
     }
   }
@@ -43,9 +56,6 @@ class FileCheck {
 
  private:
   void read(const Entry& entry, const std::string& name) {
-    if (!entry.damage.empty()) {
-      return;  // the container's check has it
-    }
     try {
       store_.readFile(entry, [](const char*, std::size_t) {});
     } catch (const Failure& failure) {
@@ -55,6 +65,7 @@ class FileCheck {
 
   FileStore& store_;
   Complaints& complaints_;
+  std::unordered_set<int> known_;  // damaged by the container's own check
   std::unordered_map<int, std::string> names_;
 };
 
@@ -84,7 +95,7 @@ void VfsCheck(const std::string& store_path) {
   std::optional<FileCheck> files;
   try {
     store.emplace(store_path, FileStore::Access::kRead);
-    files.emplace(*store, complaints);
+    files.emplace(*store, damages, complaints);
     files->run(FileStore::kRoot, "", 0);
   } catch (const Failure& failure) {
     if (!table_lost) {

@@ -142,8 +142,7 @@ Attributes FileStore::readAttributes(KRD::VFILE& source) const {
   attributes.seconds = static_cast<std::int64_t>(KRD::LoadU64(bytes + kSecondsAt));
   attributes.size = KRD::LoadU64(bytes + kSizeAt);
   if (!IsFileName(attributes.name)) {
-    throw Failure(path_ + ": an entry with the name \"" + attributes.name +
-                  "\", which is not a file name");
+    throw Failure("it calls itself \"" + attributes.name + "\", which is not a file name");
   }
   return attributes;
 }
