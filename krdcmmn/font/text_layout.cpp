@@ -43,7 +43,8 @@ struct MEASURE {
   std::int64_t bottom = 0;  // the lowest point of a glyph's lines, 0 at most
 };
 
-// Only CR starts a line over; a bare LF counts a line. The last byte is measured by its box.
+// Only CR starts a line over, and then steps by its own advance as any other byte does; a bare LF
+// counts a line. The last byte is measured by its box.
 MEASURE Measure(const font& glyphs, const char* s, std::size_t n) {
   MEASURE m;
   std::int64_t line = 0;
@@ -56,10 +57,9 @@ MEASURE Measure(const font& glyphs, const char* s, std::size_t n) {
     }
     if (c == kCarriageReturn) {
       line = 0;
-    } else {
-      line += i + 1 < n ? glyphs.advance[c].x : glyphs.boxMax[c].x;
-      m.width = std::max(m.width, line);
     }
+    line += i + 1 < n ? glyphs.advance[c].x : glyphs.boxMax[c].x;
+    m.width = std::max(m.width, line);
     m.bottom = std::min<std::int64_t>(m.bottom, glyphs.boxMin[c].y);
   }
   m.pitch = glyphs.boxMin[kLineFeed].y * lines;

@@ -125,6 +125,9 @@ TEST_F(DrawFontTest, LinesRaiseTheBottomAnchorAndOnlyCrStartsOver) {
   EXPECT_EQ(text.GetStrAlign("A\r\nA").x, -0.5 - 20 * 0.75);  // a line's end counts by its advance
   EXPECT_EQ(text.GetStrAlign("A\nA").x, -0.5 - 38 * 0.75);
   EXPECT_EQ(text.GetStrAlign("\r\n").x, 0.0);
+  glyphs.advance[13] = {5, 0};  // a font's own CR indents the line that it starts
+  EXPECT_EQ(text.GetStrAlign("A\r\nA").x, -0.5 - 23 * 0.75);
+  EXPECT_EQ(Written("A\r\nA"), "L -18,31 -4,46\nL -14,1 0,16\n");
 }
 
 TEST_F(DrawFontTest, AnchorTurnsByWholeDegrees) {
