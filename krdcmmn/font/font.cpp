@@ -107,12 +107,16 @@ font::PRIM_RANGE font::Prims(int slot) const {
   return {first, first + std::clamp(primCount[index], 0, held - first)};
 }
 
-void font::ResetGlyphs() {
+void font::EmptyGeometry() {
   primKind.empty();
   primData.empty();
   linePoints.empty();
   arcPoints.empty();
   circlePoints.empty();
+}
+
+void font::ResetGlyphs() {
+  EmptyGeometry();
   SetZeroSlots(primFirst);
   SetZeroSlots(primCount);
   SetZeroSlots(advance);

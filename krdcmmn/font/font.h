@@ -91,6 +91,8 @@ class KRDCMMN_API font {
 
   // The first step of every loader: no primitives, zeroed slots, height 0.0; `descent` stays.
   void ResetGlyphs();
+  // Counts of the five geometry arrays to 0; what they hold of memory stays.
+  void EmptyGeometry();
 
   // What a load leaves. Loaders write it, drawing reads it. The slot tables always have 256
   // elements.

@@ -11,15 +11,26 @@
 #include <string_view>
 
 #include "krdcmmn/core/geometry.h"
+#include "krdcmmn/font/appender.h"
+#include "krdcmmn/font/font.h"
 
 namespace kr {
 
-class font;
-
 class ShapeReader {
  public:
-  // `target_font` is borrowed.
+  // `target_font` is borrowed, and its geometry arrays are the reader's until Finish.
   explicit ShapeReader(font* target_font);
+  // Finishes.
+  ~ShapeReader();
+  ShapeReader(const ShapeReader&) = delete;
+  ShapeReader& operator=(const ShapeReader&) = delete;
+
+  // Hands the arrays over with what was appended; appending may go on. After a failure of memory
+  // they are empty, since the failure may have taken elements.
+  void Finish() noexcept;
+
+  // A guess at the primitives to come, which saves growing by steps.
+  void Expect(std::size_t primitives);
 
   // Turns a shape's code into a slot through the ANSI code page: fontData->current becomes the
   // slot, which starts at the primitives to come. False, with `current` the code, for a code above
@@ -36,7 +47,8 @@ class ShapeReader {
   // Runs the tokenizer over a whole source. A token that nothing closes is dropped.
   void ReadSource(const char* first, const char* last);
 
-  // The drawing steps. Except where one says so, they move `target` and leave `pen`.
+  // The drawing steps; the straight ones are inline in shape_vectors.h. Except where one says so,
+  // they move `target` and leave `pen`.
   void AddLine();
   // Moves `length` in one of 16 directions, a hexadecimal digit; any other character moves nothing.
   // Draws when the pen is down, and `pen` follows.
@@ -88,6 +100,8 @@ class ShapeReader {
   std::int16_t arcRadius = 0;
 
  private:
+  void TurnedVector(unsigned turn, std::int32_t length);  // turn: 0 to 15
+  void FinishVector();                                    // draws and moves the pen
   void Vector(std::int32_t dx, std::int32_t dy);
   void MoveTarget(std::int32_t dx, std::int32_t dy);
   std::int32_t Scaled(std::int32_t length) const;
@@ -97,7 +111,7 @@ class ShapeReader {
   void AddPlainLine();  // leaves the box alone
   void AddArc(KRD::FDOT centre, double arc_radius, KRD::FDOT first, KRD::FDOT second);
   void AddCircle(KRD::DOT centre);
-  void AddEntry(std::int32_t kind, unsigned at);
+  void AddEntry(std::int32_t kind, unsigned record);
 
   void HandleToken(std::uint8_t from_state, std::string_view token);
   void HeaderToken(std::string_view token);
@@ -111,6 +125,11 @@ class ShapeReader {
   void FinishSourceShape();
 
   char octantText[8] = {};
+
+  Appender<std::int32_t, std::int32_t> prims;  // kind, record
+  Appender<KRD::DOT> lines;
+  Appender<KRD::FDOT> arcs;
+  Appender<KRD::DOT> circles;
 };
 
 }  // namespace kr

@@ -1,12 +1,13 @@
 // The drawing steps that compiled programs and sources share.
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <numbers>
 
+#include "krdcmmn/core/exception.h"
 #include "krdcmmn/font/font.h"
-#include "krdcmmn/font/shape_reader.h"
+#include "krdcmmn/font/shape_vectors.h"
 #include "krdcmmn/font/token_number.h"
 #include "krdcmmn/platform/codepage.h"
 
@@ -18,25 +19,12 @@ using KRD::DOT;
 using KRD::FDOT;
 using KRD::RoundHalfAway;
 
-// Displacement of a vector in the 16 directions: 2 is its length, 1 half of it.
-// clang-format off
-constexpr std::int8_t kDirections[16][2] = {
-    { 2,  0}, { 2,  1}, { 2,  2}, { 1,  2}, {0,  2}, {-1,  2}, {-2,  2}, {-2,  1},
-    {-2,  0}, {-2, -1}, {-2, -2}, {-1, -2}, {0, -2}, { 1, -2}, { 2, -2}, { 2, -1},
-};
-// clang-format on
-
 // From the centre to the ends of the octants. An odd octant's is the corner of the square about the
 // circle and so longer than the radius: drawing takes it as a ray.
 constexpr DOT kOctants[9] = {{1, 0},   {1, 1},  {0, 1},  {-1, 1}, {-1, 0},
                              {-1, -1}, {0, -1}, {1, -1}, {1, 0}};
 
 constexpr double kBulgeStep = 0.012368475014133044;  // pi / 254
-
-std::int32_t Saturated(std::int64_t v) {
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(
-      v, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
-}
 
 // base + factor * length.
 std::int32_t Moved(std::int32_t base, std::int32_t factor, std::int32_t length) {
@@ -57,7 +45,39 @@ double Radians(int degrees) {
 
 }  // namespace
 
-ShapeReader::ShapeReader(font* target_font) : fontData(target_font) {}
+ShapeReader::ShapeReader(font* target_font)
+    : fontData(target_font),
+      prims(target_font->primKind, target_font->primData),
+      lines(target_font->linePoints),
+      arcs(target_font->arcPoints),
+      circles(target_font->circlePoints) {}
+
+ShapeReader::~ShapeReader() {
+  Finish();
+}
+
+void ShapeReader::Finish() noexcept {
+  bool whole = !prims.failed() && !lines.failed() && !arcs.failed() && !circles.failed();
+  try {
+    if (whole) {
+      prims.Finish();
+      lines.Finish();
+      arcs.Finish();
+      circles.Finish();
+    }
+  } catch (KRD::EXCEPTION* e) {
+    e->Delete();
+    whole = false;
+  }
+  if (!whole) {
+    fontData->EmptyGeometry();
+  }
+}
+
+void ShapeReader::Expect(std::size_t primitives) {
+  prims.Expect(primitives);
+  lines.Expect(2 * primitives);
+}
 
 bool ShapeReader::MapCode(std::int32_t code) {
   fontData->current = code;
@@ -69,12 +89,8 @@ bool ShapeReader::MapCode(std::int32_t code) {
     return false;
   }
   fontData->current = slot;
-  fontData->primFirst[slot] = static_cast<std::int32_t>(fontData->primData.count());
+  fontData->primFirst[slot] = static_cast<std::int32_t>(prims.count());
   return true;
-}
-
-std::int32_t ShapeReader::Scaled(std::int32_t length) const {
-  return RoundHalfAway(length * scale);
 }
 
 void ShapeReader::DivideScale(std::int32_t divisor) {
@@ -83,68 +99,29 @@ void ShapeReader::DivideScale(std::int32_t divisor) {
   }
 }
 
-void ShapeReader::MoveTarget(std::int32_t dx, std::int32_t dy) {
-  target.x = Moved(target.x, 1, dx);
-  target.y = Moved(target.y, 1, dy);
-}
-
-// A record's points go in ahead of its entry, so that no memory failure leaves an entry without its
-// record.
-void ShapeReader::AddLine() {
-  for (const DOT p : {pen, target}) {
-    boxLow = {std::min(boxLow.x, p.x), std::min(boxLow.y, p.y)};
-    boxHigh = {std::max(boxHigh.x, p.x), std::max(boxHigh.y, p.y)};
-  }
-  AddPlainLine();
-}
-
-void ShapeReader::AddPlainLine() {
-  auto& points = fontData->linePoints;
-  const unsigned at = points.count();
-  points.setNElem(at + 2);
-  points[at] = pen;
-  points[at + 1] = target;
-  AddEntry(PRIM_LINE, at);
-}
-
 void ShapeReader::AddArc(FDOT centre, double arc_radius, FDOT first, FDOT second) {
-  auto& points = fontData->arcPoints;
-  const unsigned at = points.count();
-  points.setNElem(at + 4);
-  points[at] = centre;
-  points[at + 1] = {arc_radius, 0.0};
-  points[at + 2] = first;
-  points[at + 3] = second;
+  const unsigned at = arcs.Take(4);
+  arcs.at(at) = centre;
+  arcs.at(at + 1) = {arc_radius, 0.0};
+  arcs.at(at + 2) = first;
+  arcs.at(at + 3) = second;
   AddEntry(PRIM_ARC, at);
 }
 
 void ShapeReader::AddCircle(DOT centre) {
-  auto& points = fontData->circlePoints;
-  const unsigned at = points.count();
-  points.setNElem(at + 2);
-  points[at] = centre;
-  points[at + 1] = {radius, 0};
+  const unsigned at = circles.Take(2);
+  circles.at(at) = centre;
+  circles.at(at + 1) = {radius, 0};
   AddEntry(PRIM_CIRCLE, at);
 }
 
-void ShapeReader::AddEntry(std::int32_t kind, unsigned at) {
-  fontData->primKind.add(kind);
-  fontData->primData.add(static_cast<std::int32_t>(at));
-}
-
 void ShapeReader::LengthVector(char direction_digit, std::int32_t length) {
-  skipNext = false;
   const int digit = HexDigit(direction_digit);
   if (digit >= 0) {
-    const std::int32_t parts[3] = {0, length / 2, length};
-    const auto& [x, y] = kDirections[digit];
-    target.x = Moved(target.x, x < 0 ? -1 : 1, parts[std::abs(x)]);
-    target.y = Moved(target.y, y < 0 ? -1 : 1, parts[std::abs(y)]);
+    TurnedVector(static_cast<unsigned>(digit), length);
+  } else {
+    FinishVector();
   }
-  if (penDown) {
-    AddLine();
-  }
-  pen = target;
 }
 
 void ShapeReader::OctantArc(std::string_view operand_text) {

@@ -5,7 +5,7 @@
 
 #include "krdcmmn/font/font.h"
 #include "krdcmmn/font/font_exception.h"
-#include "krdcmmn/font/shape_reader.h"
+#include "krdcmmn/font/shape_vectors.h"
 #include "krdcmmn/font/shp_table.h"
 #include "krdcmmn/font/token_number.h"
 #include "krdcmmn/host/system_error.h"
@@ -14,27 +14,49 @@
 
 namespace kr {
 
+namespace {
+
+// Most of a program is vectors, three bytes that stay in the token and a comma: a look at the comma
+// saves the steps to it.
+bool VectorAhead(const char* token, const char* last) {
+  const auto stays = [token](int i) {
+    return kShpSteps[kProgram][static_cast<unsigned char>(token[i])].action == kNone;
+  };
+  return last - token > 3 && token[3] == ',' && stays(0) && stays(1) && stays(2);
+}
+
+}  // namespace
+
 void ShapeReader::ReadSource(const char* first, const char* last) {
+  constexpr std::size_t kBytesForOne = 8;  // of a usual source, for one primitive
+  Expect(static_cast<std::size_t>(last - first) / kBytesForOne);
   const char* token = first;
+  std::uint8_t now = state;
   for (const char* byte = first; byte != last; ++byte) {
-    const ShpStep step = kShpSteps[state][kShpClass[static_cast<unsigned char>(*byte)]];
-    const std::uint8_t from_state = state;
-    state = step.next;
+    if (byte == token && now == kProgram && VectorAhead(byte, last)) {
+      byte += 3;
+    }
+    const std::uint8_t from_state = now;
+    const ShpStep step = kShpSteps[now][static_cast<unsigned char>(*byte)];
+    now = step.next;
     if (step.action == kNone) {
       continue;
     }
     if (step.action == kToken) {
+      state = now;
       HandleToken(from_state, {token, static_cast<std::size_t>(byte - token)});
       if (shapeEnded) {
         FinishSourceShape();
       }
+      now = state;  // a command may have chosen another
     }
     token = byte + 1;
   }
+  state = now;
 }
 
 void ShapeReader::FinishSourceShape() {
-  const auto count = static_cast<std::int32_t>(fontData->primData.count());
+  const auto count = static_cast<std::int32_t>(prims.count());
   fontData->primCount[static_cast<unsigned char>(fontData->current)] = count - primBase;
   primBase = count;
   scale = 1.0;
@@ -46,30 +68,33 @@ void ShapeReader::FinishSourceShape() {
 }
 
 void ShapeReader::HandleToken(std::uint8_t from_state, std::string_view token) {
-  if (from_state == kHeader) {
-    HeaderToken(token);
-  } else if (from_state == kNumber) {
-    NumberToken(token);
-  } else if (!skipShape) {
-    switch (from_state) {
-      case kProgram:
-        ProgramToken(token);
-        break;
-      case kParens:
-        scaleMode != 0 ? CommandToken(token) : CoordinateToken(token);
-        break;
-      case kOctant:
-        OctantToken(token);
-        break;
-      case kFractional:
-        FractionalToken(token);
-        break;
-      case kBulge:
-        BulgeToken(token);
-        break;
-      default:  // a shape's name
-        break;
-    }
+  if (skipShape && from_state >= kProgram) {
+    return;
+  }
+  switch (from_state) {
+    case kHeader:
+      HeaderToken(token);
+      break;
+    case kNumber:
+      NumberToken(token);
+      break;
+    case kProgram:
+      ProgramToken(token);
+      break;
+    case kParens:
+      scaleMode != 0 ? CommandToken(token) : CoordinateToken(token);
+      break;
+    case kOctant:
+      OctantToken(token);
+      break;
+    case kFractional:
+      FractionalToken(token);
+      break;
+    case kBulge:
+      BulgeToken(token);
+      break;
+    default:  // a shape's name
+      break;
   }
 }
 
@@ -104,8 +129,11 @@ void ShapeReader::NumberToken(std::string_view token) {
 
 void ShapeReader::ProgramToken(std::string_view token) {
   if (token.size() == 3) {
-    if (!skipNext) {
-      LengthVector(token[2], Scaled(std::max(HexDigit(token[1]), 0)));
+    const int length = std::max(HexDigit(token[1]), 0);
+    if (!skipNext && HexDigit(token[2]) >= 0) {
+      TurnedVector(static_cast<unsigned>(HexDigit(token[2])), Scaled(length));
+    } else if (!skipNext) {
+      FinishVector();
     }
   } else if (!token.empty()) {
     CommandToken(token);

@@ -129,16 +129,20 @@ struct ShpStep {
   ShpAction action;
 };
 
-// The rows by state and class, with the missing ones filled in.
+// The rows by state and byte, with the missing ones filled in.
 inline constexpr auto kShpSteps = [] {
-  std::array<std::array<ShpStep, kShpClasses>, kShpStates> steps{};
+  std::array<std::array<ShpStep, kShpClasses>, kShpStates> rows{};
   for (std::uint8_t state = 0; state < kShpStates; ++state) {
-    for (ShpStep& step : steps[state]) {
-      step = {state, kNone};
-    }
+    rows[state].fill({state, kNone});
   }
   for (const ShpRow& row : kShpRows) {
-    steps[row.state][row.byte_class] = {row.next, row.action};
+    rows[row.state][row.byte_class] = {row.next, row.action};
+  }
+  std::array<std::array<ShpStep, 256>, kShpStates> steps{};
+  for (unsigned state = 0; state < kShpStates; ++state) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      steps[state][byte] = rows[state][kShpClass[byte]];
+    }
   }
   return steps;
 }();

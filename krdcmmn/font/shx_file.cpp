@@ -1,6 +1,7 @@
 // Compiled fonts: recognition and the two layouts. The file is read once into one block and its
 // programs run where they lie.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -23,48 +24,65 @@ struct FileCloser {
 };
 using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
-// The first line of a file as text, without what lies behind a zero byte; empty without a file.
-struct FirstLine {
-  explicit FirstLine(const char* path) {
-    const FilePtr file(path != nullptr ? std::fopen(path, "r") : nullptr);
-    if (!file || std::fgets(text, sizeof text, file.get()) == nullptr) {
-      text[0] = '\0';
-    }
+FilePtr OpenUnbuffered(const char* path) {
+  FilePtr file(path != nullptr ? std::fopen(path, "rb") : nullptr);
+  if (file) {
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
   }
-  bool Holds(const char* magic) const { return std::strstr(text, magic) != nullptr; }
+  return file;
+}
 
-  char text[kMagicLineMax + 1] = {};
+// The first line of a file as text, without what lies behind a zero byte.
+class FirstLine {
+ public:
+  FirstLine(const unsigned char* bytes, std::size_t size) {
+    std::copy_n(bytes, std::min(size, kMagicLineMax), text_);
+    text_[std::strcspn(text_, "\n")] = '\0';
+  }
+  bool IsShapes() const { return Holds(kShapesMagic10) || Holds(kShapesMagic11); }
+  bool IsUnifont() const { return Holds(kUnifontMagic); }
+
+ private:
+  bool Holds(const char* magic) const { return std::strstr(text_, magic) != nullptr; }
+
+  char text_[kMagicLineMax + 1] = {};
 };
 
-struct FileBytes {
-  std::unique_ptr<unsigned char[]> data;
-  std::size_t size = 0;
-};
+FirstLine FirstLineOf(const char* path) {
+  unsigned char bytes[kMagicLineMax];
+  const FilePtr file = OpenUnbuffered(path);
+  return {bytes, file ? std::fread(bytes, 1, sizeof bytes, file.get()) : 0};
+}
 
-// All bytes of the file at `path`; false when it cannot be read or has 2 GiB or more.
-bool ReadWhole(const char* path, FileBytes& bytes) {
-  const FilePtr file(std::fopen(path, "rb"));
-  if (!file) {
-    return false;
-  }
-  std::setvbuf(file.get(), nullptr, _IONBF, 0);
-  constexpr std::size_t kLimit = std::numeric_limits<std::int32_t>::max();
-  std::size_t capacity = 0x8000;
-  bytes.data.reset(new unsigned char[capacity]);
-  for (;;) {
-    bytes.size += std::fread(bytes.data.get() + bytes.size, 1, capacity - bytes.size, file.get());
-    if (bytes.size < capacity) {
-      return std::ferror(file.get()) == 0;
-    }
-    if (capacity >= kLimit) {
+// A file that is read into one block, as far as its first bytes and then whole.
+class FileBytes {
+ public:
+  explicit FileBytes(const char* path) : file_(OpenUnbuffered(path)) {}
+
+  // False at the end of the file, for 2 GiB and more, or when it cannot be read.
+  bool ReadSome() {
+    if (!file_ || capacity_ > std::numeric_limits<std::int32_t>::max()) {
       return false;
     }
-    std::unique_ptr<unsigned char[]> larger(new unsigned char[2 * capacity]);
-    std::memcpy(larger.get(), bytes.data.get(), bytes.size);
-    bytes.data = std::move(larger);
-    capacity *= 2;
+    const std::size_t larger = capacity_ == 0 ? 0x8000 : 2 * capacity_;
+    std::unique_ptr<unsigned char[]> block(new unsigned char[larger]);
+    std::copy_n(data_.get(), size_, block.get());
+    data_ = std::move(block);
+    capacity_ = larger;
+    size_ += std::fread(data_.get() + size_, 1, capacity_ - size_, file_.get());
+    return size_ == capacity_;
   }
-}
+  // After ReadSome gave false: all of the file is here.
+  bool whole() const { return file_ && size_ < capacity_ && std::ferror(file_.get()) == 0; }
+  const unsigned char* data() const { return data_.get(); }
+  std::size_t size() const { return size_; }
+
+ private:
+  FilePtr file_;
+  std::unique_ptr<unsigned char[]> data_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
 
 // A position in a block. Once a read or a skip asks for more than there is, `good` is false, every
 // number read is 0 and every block empty.
@@ -139,7 +157,7 @@ struct ShapeIndex {
     std::int16_t length;
   };
   ShapeIndex(const FileBytes& bytes, Cursor& cursor)
-      : count(cursor.Number(2)), entries(bytes.data.get(), bytes.size) {
+      : count(cursor.Number(2)), entries(bytes.data(), bytes.size()) {
     entries.Take(kShapesHeaderSize + 2);
     cursor.Take(count * kIndexEntrySize);
     hasFontRecord = count != 0 && cursor.good() && Cursor(entries).Signed16() == 0;
@@ -182,7 +200,7 @@ bool CheckBodies(font& target, ShapeIndex index, Cursor bodies) {
 }
 
 bool ReadShapes(font& target, ShapeReader& reader, const FileBytes& bytes) {
-  Cursor bodies(bytes.data.get(), bytes.size);
+  Cursor bodies(bytes.data(), bytes.size());
   bodies.Take(kShapesHeaderSize);
   ShapeIndex index(bytes, bodies);
   if (index.hasFontRecord) {
@@ -203,7 +221,7 @@ bool ReadShapes(font& target, ShapeReader& reader, const FileBytes& bytes) {
 }
 
 bool ReadUnifont(font& target, ShapeReader& reader, const FileBytes& bytes) {
-  Cursor cursor(bytes.data.get(), bytes.size);
+  Cursor cursor(bytes.data(), bytes.size());
   cursor.Take(kUnifontHeaderSize);
   const std::uint32_t records = cursor.Number(4);
   cursor.Take(kIndexEntrySize);
@@ -233,26 +251,30 @@ bool ReadUnifont(font& target, ShapeReader& reader, const FileBytes& bytes) {
 }  // namespace
 
 int font::IsNormalFont(const char* path) {
-  const FirstLine line(path);
-  return line.Holds(kShapesMagic11) || line.Holds(kShapesMagic10) ? 1 : 0;
+  return FirstLineOf(path).IsShapes() ? 1 : 0;
 }
 
 int font::IsUnicodeFont(const char* path) {
-  return FirstLine(path).Holds(kUnifontMagic) ? 1 : 0;
+  return FirstLineOf(path).IsUnifont() ? 1 : 0;
 }
 
 bool font::LoadFromSHXFile(const char* path) {
   ResetGlyphs();
   descent = 0;
-  ShapeReader reader(this);
-  const bool shapes = IsNormalFont(path) != 0;
-  if (!shapes && IsUnicodeFont(path) == 0) {
-    throw FontException();
-  }
   try {
-    FileBytes bytes;
-    if (!ReadWhole(path, bytes) ||
-        !(shapes ? ReadShapes(*this, reader, bytes) : ReadUnifont(*this, reader, bytes))) {
+    FileBytes bytes(path);
+    bool more = bytes.ReadSome();
+    const FirstLine line(bytes.data(), bytes.size());
+    if (!line.IsShapes() && !line.IsUnifont()) {
+      throw FontException();
+    }
+    while (more) {
+      more = bytes.ReadSome();
+    }
+    ShapeReader reader(this);
+    reader.Expect(bytes.size() * 3 / 8);  // as compiled fonts usually have them
+    if (!bytes.whole() ||
+        !(line.IsShapes() ? ReadShapes(*this, reader, bytes) : ReadUnifont(*this, reader, bytes))) {
       return false;
     }
   } catch (const std::bad_alloc&) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "krdcmmn/font/font.h"
-#include "krdcmmn/font/shape_reader.h"
+#include "krdcmmn/font/shape_vectors.h"
 
 namespace kr {
 
@@ -39,11 +39,7 @@ void ShapeReader::Vector(std::int32_t dx, std::int32_t dy) {
   if (!skipNext) {
     MoveTarget(Scaled(dx), Scaled(dy));
   }
-  if (penDown) {
-    AddLine();
-  }
-  pen = target;
-  skipNext = false;
+  FinishVector();
 }
 
 std::string_view ShapeReader::OctantText(unsigned char operand_byte) {
@@ -70,11 +66,11 @@ void ShapeReader::RunProgram(const unsigned char* program, std::size_t size) {
   while (i < size) {
     const unsigned char command = program[i++];
     if (command > 14) {
-      if (!skipNext) {
-        // The byte's hexadecimal text: length and direction, or for 15 the length alone.
-        const int length = command > 15 ? command >> 4 : 15;
-        const char digit = command > 15 ? "0123456789abcdef"[command & 15] : '\0';
-        LengthVector(digit, Scaled(length));
+      // The byte's hexadecimal text: length and direction, or for 15 the length alone.
+      if (!skipNext && command > 15) {
+        TurnedVector(command & 15, Scaled(command >> 4));
+      } else if (!skipNext) {
+        FinishVector();
       }
       continue;
     }
@@ -153,7 +149,7 @@ void ShapeReader::RunProgram(const unsigned char* program, std::size_t size) {
 }
 
 void ShapeReader::FinishCompiledShape() {
-  const auto count = static_cast<std::int32_t>(fontData->primData.count());
+  const auto count = static_cast<std::int32_t>(prims.count());
   fontData->primCount[static_cast<unsigned char>(fontData->current)] = count - primBase;
   primBase = count;
   pen = target = {0, 0};

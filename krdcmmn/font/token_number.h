@@ -2,19 +2,26 @@
 // these stand for atoi and StrToIntA; numbers beyond 32 bits give the nearest end of the range.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <string_view>
 
 namespace kr {
 
-// The value of a hexadecimal digit, or -1.
-constexpr int HexDigit(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
+// The values of the hexadecimal digits, -1 for every other character.
+inline constexpr auto kHexDigits = [] {
+  std::array<std::int8_t, 256> values{};
+  values.fill(-1);
+  for (unsigned i = 0; i < 16; ++i) {
+    values[static_cast<unsigned char>("0123456789abcdef"[i])] = static_cast<std::int8_t>(i);
+    values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = static_cast<std::int8_t>(i);
   }
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+  return values;
+}();
+
+constexpr int HexDigit(char c) {
+  return kHexDigits[static_cast<unsigned char>(c)];
 }
 
 // Digits at the start of `text`; 0 when there are none.

@@ -18,7 +18,8 @@ struct ArcRecord {
   FDOT second;
 };
 
-ArcRecord LastArc(const kr::font& font) {
+ArcRecord LastArc(kr::ShapeReader& reader, const kr::font& font) {
+  reader.Finish();
   const FDOT* p = font.arcPoints.end() - 4;
   return {p[0], p[1].x, p[2], p[3]};
 }
@@ -51,7 +52,7 @@ TEST(Arc, BulgesSpanTheirAngleBetweenTheirEnds) {
     reader.BulgeArc(dx, dy, bulge);
     ASSERT_EQ(reader.target.x, start.x + dx);
     ASSERT_EQ(reader.target.y, start.y + dy);
-    const ArcRecord arc = LastArc(font);
+    const ArcRecord arc = LastArc(reader, font);
     const FDOT from = bulge > 0 ? arc.first : arc.second;
     const FDOT to = bulge > 0 ? arc.second : arc.first;
     ASSERT_EQ(from.x, start.x);
@@ -74,7 +75,7 @@ TEST(Arc, OctantsSpanMultiplesOf45Degrees) {
         reader.radius = 100;
         const auto operand = static_cast<unsigned char>((sign < 0 ? 0x80 : 0) | s << 4 | k);
         reader.OctantArc(reader.OctantText(operand));
-        const ArcRecord arc = LastArc(font);
+        const ArcRecord arc = LastArc(reader, font);
         EXPECT_NEAR(Sweep(arc), 45 * k, 1e-9) << s << k;
         const FDOT pen = sign > 0 ? arc.first : arc.second;
         EXPECT_EQ(pen.x, 0);
@@ -106,7 +107,7 @@ TEST(Arc, FractionsStartAndEndAtTheirOffsets) {
       // Centre and ends are whole numbers, so at this radius angles are right to 0.01 of a degree.
       reader.FractionalArc(static_cast<unsigned char>(so), static_cast<unsigned char>(eo), 10000,
                            reader.OctantText(operand));
-      const ArcRecord arc = LastArc(font);
+      const ArcRecord arc = LastArc(reader, font);
       EXPECT_NEAR(Sweep(arc), sweep, 0.02);
       const FDOT start = clockwise ? arc.second : arc.first;
       EXPECT_EQ(start.x, 0);

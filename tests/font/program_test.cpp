@@ -23,6 +23,7 @@ class Loading {
     reader_.RunProgram(program.data(), program.size());
     const int slot = font.current;
     reader_.FinishCompiledShape();
+    reader_.Finish();
     return Strokes(font, slot);
   }
 
