@@ -2,8 +2,8 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "apps/common/errors.h"
 #include "apps/kr/commands.h"
-#include "apps/kr/errors.h"
 
 namespace {
 

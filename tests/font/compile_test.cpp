@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/font/hershey.h"
 #include "apps/kr/font/listing.h"

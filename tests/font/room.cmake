@@ -1,6 +1,6 @@
 # The app's importer and compiler, so that fonts are made and compared in one process.
 target_sources(font_test PRIVATE
-  ${PROJECT_SOURCE_DIR}/apps/kr/errors.cpp
+  ${PROJECT_SOURCE_DIR}/apps/common/errors.cpp
   ${PROJECT_SOURCE_DIR}/apps/kr/font/font_file.cpp
   ${PROJECT_SOURCE_DIR}/apps/kr/font/hershey.cpp
   ${PROJECT_SOURCE_DIR}/apps/kr/font/listing.cpp

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "apps/common/errors.h"
 #include "apps/kr/commands.h"
-#include "apps/kr/errors.h"
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/font/hershey.h"
 #include "apps/kr/font/listing.h"

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <unistd.h>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 
 namespace kr_app {
 

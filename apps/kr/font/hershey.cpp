@@ -7,7 +7,7 @@
 
 #include "krdcmmn/host/codepage.h"
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 
 namespace kr_app {
 

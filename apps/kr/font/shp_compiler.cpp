@@ -4,7 +4,7 @@
 #include <charconv>
 #include <optional>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/font/shp_scanner.h"
 
 namespace kr_app {

@@ -1,6 +1,6 @@
 #include "apps/kr/font/shp_scanner.h"
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 
 namespace kr_app {
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/progress.h"
 #include "apps/kr/vfs/host_files.h"
 #include "apps/kr/vfs/operations.h"

@@ -6,7 +6,7 @@
 
 #include "krdcmmn/vfs/container_check.h"
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/vfs/file_store.h"
 #include "apps/kr/vfs/operations.h"
 

@@ -1,22 +1,19 @@
 #include "apps/kr/vfs/file_store.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <filesystem>
 #include <limits>
 
-#include "krdcmmn/core/block_io.h"
 #include "krdcmmn/core/byte_order.h"
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
+#include "apps/common/store_names.h"
 
 namespace kr_app {
 namespace {
 
-constexpr char kMagic[4] = {'K', 'R', 'V', 'F'};
-constexpr std::uint32_t kVersion = 1;
-constexpr int kHeaderBytes = 8;
+constexpr StoreHeader kHeader = {"KRVF", 1};
 
 // Attributes in the entry.
 constexpr int kModeAt = 0;
@@ -26,24 +23,6 @@ constexpr int kSizeAt = 16;
 constexpr int kAttributeBytes = 24;
 
 constexpr const char* kDirectoryEntry = ".";
-
-// Names with one hash get a number behind it, up to this many.
-constexpr int kSameHash = 4;
-constexpr int kHashDigits = 12;
-
-// FNV-1a of the full name, as digits whose case does not matter.
-std::string TableName(const std::string& name, int number) {
-  std::uint64_t hash = 14695981039346656037u;
-  for (char c : name) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211u;
-  }
-  hash ^= hash >> 32;
-  std::string text;
-  for (int i = 0; i < kHashDigits; ++i, hash >>= 5) {
-    text += "0123456789abcdefghijklmnopqrstuv"[hash & 31];
-  }
-  return number == 0 ? text : text + '~' + std::to_string(number);
-}
 
 void Store64(char* to, std::uint64_t value) {
   KRD::StoreU32(to, static_cast<std::uint32_t>(value));
@@ -108,21 +87,15 @@ void FileStore::commit() {
 }
 
 bool FileStore::ReadHeader(std::int32_t size) {
-  std::array<char, kHeaderBytes> header;
-  return size == kHeaderBytes && KRD::ReadFile(file, header.data(), kHeaderBytes) == kHeaderBytes &&
-         std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
-         KRD::LoadU32(header.data() + sizeof kMagic) == kVersion;
+  return ReadStoreHeader(file, size, kHeader);
 }
 
 bool FileStore::WriteHeader() {
-  std::array<char, kHeaderBytes> header;
-  std::memcpy(header.data(), kMagic, sizeof kMagic);
-  KRD::StoreU32(header.data() + sizeof kMagic, kVersion);
-  return KRD::WriteFile(file, header.data(), kHeaderBytes) == kHeaderBytes;
+  return WriteStoreHeader(file, kHeader);
 }
 
 std::int32_t FileStore::GetHeaderSize() {
-  return kHeaderBytes;
+  return kStoreHeaderBytes;
 }
 
 KRD::VDIR FileStore::at(int directory) {

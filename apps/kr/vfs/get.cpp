@@ -1,7 +1,7 @@
 // kr vfs get and kr vfs cat.
 #include <cstdio>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/progress.h"
 #include "apps/kr/vfs/host_files.h"
 #include "apps/kr/vfs/operations.h"

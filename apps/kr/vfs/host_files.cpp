@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 
 namespace kr_app {
 namespace {

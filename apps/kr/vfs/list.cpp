@@ -4,7 +4,7 @@
 #include <ctime>
 #include <unistd.h>
 
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 #include "apps/kr/vfs/file_store.h"
 #include "apps/kr/vfs/operations.h"
 

@@ -1,4 +1,4 @@
-#include "apps/kr/errors.h"
+#include "apps/common/errors.h"
 
 #include <exception>
 #include <new>

@@ -1,4 +1,4 @@
-// What goes wrong in a subcommand, as one line for a person.
+// What goes wrong in an app, as one line for a person.
 #pragma once
 
 #include <stdexcept>
