@@ -1,6 +1,7 @@
 #include "krdcmmn/xml/parse.h"
 
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <string>
@@ -9,6 +10,7 @@
 #include "krdcmmn/host/mapfile.h"
 #include "krdcmmn/host/system_error.h"
 #include "krdcmmn/platform/modules.h"
+#include "krdcmmn/xml/access.h"
 #include "krdcmmn/xml/builder.h"
 #include "krdcmmn/xml/expat_binding.h"
 #include "krdcmmn/xml/parse_state.h"
@@ -82,36 +84,32 @@ class ParseRun {
   static void XMLCALL OnCharacters(void* user_data, const XML_Char* bytes, int count) {
     Handle(user_data, [&](ParseRun& run) {
       run.positions_.Characters(bytes, static_cast<std::size_t>(count));
-      textBuffer.insert(textBuffer.end(), bytes, bytes + count);
+      textBuffer.Append(bytes, static_cast<std::size_t>(count));
     });
   }
 
   void Start(const XML_Char* name, const XML_Char** attributes) {
-    Flush();
-    const TagPosition at = positions_.StartTag(name);
+    builder_.Text(textBuffer.data(), textBuffer.size());
+    textBuffer.Clear();
+    const XmlBuilder::Name element = builder_.NameOf(name);
+    const TagPosition at = positions_.StartTag(name, element.length);
     nodeStack.push_back(currentNode);
-    const int node = builder_.AddNode(currentNode.getID(), name, at.line, at.column);
-    currentNode = XmlAccess::Node(doc_, node);
+    currentNode = XmlAccess::Node(doc_, builder_.Open(element.id, at.line, at.column));
     for (const XML_Char** pair = attributes; *pair != nullptr; pair += 2) {
-      builder_.AddAttr(node, pair[0], pair[1]);
+      const XmlBuilder::Name attr = builder_.NameOf(pair[0]);
+      const std::size_t length = std::strlen(pair[1]);
+      positions_.Attribute(attr.length, length);
+      builder_.Attr(attr.id, pair[1], length);
     }
+    positions_.StartTagEnd();
   }
 
-  // The parent has a child now: what stood before it is dropped.
   void End() {
-    Flush();
+    builder_.Close(textBuffer.data(), textBuffer.size());
+    textBuffer.Clear();
     positions_.EndTag();
     currentNode = nodeStack.back();
     nodeStack.pop_back();
-    builder_.EmptyText(currentNode.getID());
-  }
-
-  // No text at all leaves the node the text it has.
-  void Flush() {
-    if (!currentNode.end() && !textBuffer.empty()) {
-      builder_.SetText(currentNode.getID(), textBuffer.data(), textBuffer.size());
-      textBuffer.clear();
-    }
   }
 
   ExpatBinding& expat_;

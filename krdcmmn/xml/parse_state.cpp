@@ -6,6 +6,6 @@ namespace kr {
 
 XmlNode currentNode;
 [[gnu::init_priority(kNodeStackPriority)]] std::vector<XmlNode> nodeStack;
-[[gnu::init_priority(kTextBufferPriority)]] std::vector<char> textBuffer;
+[[gnu::init_priority(kTextBufferPriority)]] CharBuffer textBuffer;
 
 }  // namespace kr

@@ -22,6 +22,10 @@ bool IsContinuation(char c) {
   return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
+const char* Find(const char* begin, const char* end, char c) {
+  return static_cast<const char*>(std::memchr(begin, c, static_cast<std::size_t>(end - begin)));
+}
+
 // Whether the beginning of the text leaves UTF-8 as the only encoding. What is overlooked here is
 // found out by the first tag that is not where it should be.
 bool IsUtf8(std::string_view text) {
@@ -69,6 +73,7 @@ bool TagPositions::SkipPast(const char* token, std::size_t length, std::size_t f
 void TagPositions::SkipSilentTokens() {
   while (next_ != nullptr && end_ - next_ > 4 && next_[0] == '<' &&
          (next_[1] == '?' || (next_[1] == '!' && next_[2] == '-'))) {
+    may_break_ = true;
     if (next_[1] == '?') {
       SkipPast("?>", 2, 2);
     } else {
@@ -77,12 +82,18 @@ void TagPositions::SkipSilentTokens() {
   }
 }
 
-// From the tag's "<" to behind its ">", which may also stand in a quoted value.
-void TagPositions::SkipStartTag(std::size_t name_length) {
-  const char* p = next_ + 1 + name_length;
+// From an attribute of the tag, or the end of its name, to behind its ">", which may also stand in
+// a quoted value.
+void TagPositions::StartTagEnd() {
+  in_step_ = false;
+  may_break_ = true;
+  if (next_ == nullptr) {
+    return;
+  }
+  const char* p = next_;
   while (p < end_ && *p != '>') {
     if (*p == '"' || *p == '\'') {
-      p = static_cast<const char*>(std::memchr(p + 1, *p, static_cast<std::size_t>(end_ - p - 1)));
+      p = Find(p + 1, end_, *p);
       if (p == nullptr) {
         next_ = nullptr;
         return;
@@ -107,22 +118,40 @@ bool TagPositions::SkipReference() {
   return false;
 }
 
+// Line ends within data have been counted one by one; those in tags have not.
 void TagPositions::CountTo(const char* place) {
-  int lines = 0;
-  for (const char* p = counted_; p < place; ++p) {
-    lines += (*p == '\n') | ((*p == '\r') & (p[1] != '\n'));
-  }
-  const char* from = counted_;
-  if (lines != 0) {
-    from = place;
-    while (from[-1] != '\n' && from[-1] != '\r') {
-      --from;
+  const char* line = counted_;
+  if (may_break_) {
+    const auto length = static_cast<std::size_t>(place - counted_);
+    const char* p = counted_;
+    if (std::memchr(p, '\r', length) == nullptr) {
+      while ((p = Find(p, place, '\n')) != nullptr) {
+        ++at_.line;
+        line = ++p;
+      }
+    } else {
+      for (; p < place; ++p) {
+        if (*p == '\n' || (*p == '\r' && p[1] != '\n')) {
+          ++at_.line;
+          line = p + 1;
+        }
+      }
     }
-    at_.line += lines;
-    at_.column = 0;
   }
-  at_.column += static_cast<int>(place - from - std::count_if(from, place, IsContinuation));
+  at_.column = line != counted_ ? 0 : at_.column;
+  at_.column += static_cast<int>(place - line - std::count_if(line, place, IsContinuation));
   counted_ = place;
+  may_break_ = false;
+}
+
+void TagPositions::LineEndBefore(const char* place) {
+  if (may_break_ && place < end_) {
+    CountTo(place);
+  } else if (!may_break_) {
+    ++at_.line;
+    at_.column = 0;
+    counted_ = place;
+  }
 }
 
 // The place in the text of a position behind the last one that is known; null if there is none.
@@ -166,21 +195,21 @@ TagPosition TagPositions::Ask(const char* name, std::size_t length) {
     if (can_follow_) {
       counted_ = place;
       at_ = position;
-      next_ = place;
-      SkipStartTag(length);
+      next_ = place + 1 + length;
     }
   }
+  in_step_ = next_ != nullptr;
   return position;
 }
 
-TagPosition TagPositions::StartTag(const char* name) {
-  const std::size_t length = std::strlen(name);
+TagPosition TagPositions::StartTag(const char* name, std::size_t length) {
   SkipSilentTokens();
   if (next_ == nullptr || !IsTagAt(next_, name, length)) {
     return Ask(name, length);
   }
   CountTo(next_);
-  SkipStartTag(length);
+  next_ += 1 + length;
+  in_step_ = true;
   return at_;
 }
 
@@ -190,23 +219,26 @@ void TagPositions::EndTag() {
     return;
   }
   SkipSilentTokens();
+  may_break_ = true;
   if (next_ != nullptr) {
     if (IsAt("</", 2)) {
-      SkipPast(">", 1, 2);
+      const char* const end = Find(next_, end_, '>');
+      next_ = end != nullptr ? end + 1 : nullptr;
     } else {
       next_ = nullptr;
     }
   }
 }
 
-void TagPositions::Characters(const char* bytes, std::size_t count) {
+void TagPositions::OtherCharacters(const char* bytes, std::size_t count) {
   SkipSilentTokens();
   if (next_ == nullptr || next_ == end_) {
     return;
   }
   const char c = *next_;
   if (c == '\r' || c == '\n') {
-    next_ += IsAt("\r\n", 2) ? 2 : 1;
+    next_ += c == '\r' && end_ - next_ > 1 && next_[1] == '\n' ? 2 : 1;
+    LineEndBefore(next_);
     if (count != 1 || *bytes != '\n') {
       next_ = nullptr;
     }
