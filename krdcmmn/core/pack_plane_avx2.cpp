@@ -42,7 +42,20 @@ struct Avx2Windows {
   }
 
   static std::size_t Climbs(const Byte* x, int step, std::size_t count) {
-    std::size_t n = 0;  // never more than the values of a byte
+    const __m256i steps = _mm256_set1_epi8(static_cast<char>(step));
+    const __m256i up = _mm256_set1_epi8(static_cast<char>(step >= 0 ? -1 : 0));
+    std::size_t n = 0;
+    for (; n + 32 <= count; n += 32) {
+      const __m256i x0 = Load(x + n - 1);
+      const __m256i x1 = Load(x + n);
+      const __m256i goes_up = _mm256_cmpeq_epi8(_mm256_max_epu8(x0, x1), x1);
+      const __m256i climbs = _mm256_and_si256(_mm256_cmpeq_epi8(_mm256_sub_epi8(x1, x0), steps),
+                                              _mm256_cmpeq_epi8(goes_up, up));
+      const auto all = Bits(climbs);
+      if (all != 0xffffffff) {
+        return n + static_cast<std::size_t>(__builtin_ctzll(~all));
+      }
+    }
     while (n < count && x[n] - *(x + n - 1) == step) {
       ++n;
     }

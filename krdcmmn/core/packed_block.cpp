@@ -23,7 +23,7 @@ constexpr int kDamagedBlock = 3;
 
 // Planes are copied out of the elements in what a second-level cache holds. On the way back all of
 // them wait for the last one's stream to be found whole, as long as this is not too much.
-constexpr std::size_t kPackScratch = std::size_t{4} << 20;
+constexpr std::size_t kPackScratch = std::size_t{2} << 20;
 constexpr std::size_t kUnpackScratch = std::size_t{8} << 20;
 constexpr std::size_t kMaxPayload = 1000000000;  // what one array of bytes may hold
 

@@ -41,7 +41,11 @@ class PlaneEncoder {
   // Up to here a token's length fits its command, whichever kind it is.
   static constexpr std::size_t kShort = 16;
 
-  enum Kind { kRun, kAlternation, kRamp, kZigzagRun, kNone };
+  static constexpr unsigned Pack4(unsigned a, unsigned b, unsigned c, unsigned d) {
+    return a | b << 8 | c << 16 | d << 24;
+  }
+
+  enum Kind { kRun, kSingle, kAlternation, kRamp, kZigzagRun, kNone };
 
   PlaneEncoder(Byte* out, const Byte* plane, std::size_t count)
       : out_(out), x_(plane), end_(count) {}
@@ -101,13 +105,16 @@ class PlaneEncoder {
     const unsigned pair = (isOldPair(x, y) | isTurnedPair(x, y)) & unsigned{end_ - q_ > 1};
     const unsigned alternation = pair | Bit(w_.back, at);
     const unsigned other = Bit(w_.zigzag | w_.even_step, at);
-    if (Flag(same | (isRecent(x) & ~(alternation | other))) != 0) {
+    if (same != 0) {
       return kRun;
     }
     if (Flag(alternation) != 0) {
       return kAlternation;
     }
-    return other == 0 ? kNone : Bit(w_.zigzag, at) != 0 ? kZigzagRun : kRamp;
+    if (other != 0) {
+      return Bit(w_.zigzag, at) != 0 ? kZigzagRun : kRamp;
+    }
+    return isRecent(x) != 0 ? kSingle : kNone;
   }
 
   // The next place in this window that is worth a token; q_ goes there.
@@ -160,6 +167,8 @@ class PlaneEncoder {
     switch (kind) {
       case kRun:
         return repeat();
+      case kSingle:
+        return single();
       case kAlternation:
         return alternate();
       case kRamp:
@@ -182,13 +191,13 @@ class PlaneEncoder {
     return m + Windows::Repeats(x_ + q_ + m, lag, end_ - q_ - m);
   }
 
-  // One formula serves all runs: the byte moves to the front of the recent ones. A single one
-  // leaves the state alone.
+  static constexpr unsigned kRunBases =
+      Pack4(kRepeatRecent0.base, kRepeatRecent1.base, kRepeatRecent2.base, kRepeatNew.base);
+  static constexpr unsigned kRunBits =
+      Pack4(kRepeatRecent0.bits, kRepeatRecent1.bits, kRepeatRecent2.bits, kRepeatNew.bits);
+
+  // One formula serves all runs of two and more: the byte moves to the front of the recent ones.
   [[gnu::always_inline]] void repeat() {
-    constexpr unsigned kBases =
-        Pack4(kRepeatRecent0.base, kRepeatRecent1.base, kRepeatRecent2.base, kRepeatNew.base);
-    constexpr unsigned kBits =
-        Pack4(kRepeatRecent0.bits, kRepeatRecent1.bits, kRepeatRecent2.bits, kRepeatNew.bits);
     const std::size_t m = lagged(w_.same, 1);
     const unsigned x = x_[q_];
     const unsigned behind0 = x != recent0_;
@@ -196,18 +205,27 @@ class PlaneEncoder {
     const unsigned is_new = behind1 & unsigned{x != recent2_};
     const unsigned place = 8 * (behind0 + behind1 + is_new);
     if (__builtin_expect(m <= kShort, 1)) {
-      put(0, (kBases >> place) + static_cast<unsigned>(m) - 1 - is_new);
+      put(0, (kRunBases >> place) + static_cast<unsigned>(m) - 1 - is_new);
       ++length_;
     } else {
-      command(kBases >> place & 0xff, kBits >> place & 0xff, m - 1 - is_new);
+      command(kRunBases >> place & 0xff, kRunBits >> place & 0xff, m - 1 - is_new);
     }
     put(0, x);
     length_ += is_new;
-    const unsigned moves = m > 1;
-    recent2_ = Choose(moves & behind1, recent1_, recent2_);
-    recent1_ = Choose(moves & behind0, recent0_, recent1_);
-    recent0_ = Choose(moves, x, recent0_);
+    recent2_ = Choose(behind1, recent1_, recent2_);
+    recent1_ = Choose(behind0, recent0_, recent1_);
+    recent0_ = x;
     advance(m);
+  }
+
+  // A recent byte alone leaves the state as it is.
+  [[gnu::always_inline]] void single() {
+    const unsigned x = x_[q_];
+    const unsigned behind0 = x != recent0_;
+    const unsigned behind1 = behind0 & unsigned{x != recent1_};
+    put(0, kRunBases >> 8 * (behind0 + behind1));
+    ++length_;
+    advance(1);
   }
 
   // One formula serves all three alternations: the pair becomes the two recent bytes, and of the
@@ -318,9 +336,6 @@ class PlaneEncoder {
   }
   [[gnu::always_inline]] bool isStep(int d) const { return d == step0_ || d == step1_; }
 
-  static constexpr unsigned Pack4(unsigned a, unsigned b, unsigned c, unsigned d) {
-    return a | b << 8 | c << 16 | d << 24;
-  }
   [[gnu::always_inline]] static unsigned Bit(Mask bits, std::size_t i) {
     return static_cast<unsigned>(bits >> i) & 1;
   }
