@@ -126,31 +126,41 @@ class PlaneDecoder {
     const Byte* in = in_;
     Byte* out = out_;
     std::uint32_t recents = recents_;
-    while (static_cast<std::size_t>(in_end_ - in) >= kInputAhead &&
-           static_cast<std::size_t>(out_end_ - out) >= kOutputAhead) {
-      const Byte command = in[0];
-      const PatternRow row = kPatterns[command];
-      if (row.produced != 0) {
-        const std::uint32_t bytes = recents | std::uint32_t{in[1]} << kShiftOperand;
-        const std::uint32_t first = bytes >> row.first_shift & 0xff;
-        const std::uint32_t second = bytes >> row.second_shift & 0xff;
-        FillPattern(out, row.produced, first | second << 8);
-        recents = ((recents << 8 | second) & row.pushed) | (recents & ~row.pushed);
-        out += row.produced;
-        in += 1 + std::size_t{(command & 0xe0) == kRepeatNew.base};
-      } else if (command < kRepeatRecent1.base) {
-        std::memcpy(out, in + 1, kStep);
-        std::memcpy(out + kStep, in + 1 + kStep, kStep);
-        out += command + kLiteral.bias;
-        in += 1u + command + kLiteral.bias;
-      } else if ((command & 0xf0) == kAlternateNew.base) {
-        const unsigned produced = command - unsigned{kAlternateNew.base} + kAlternateNew.bias;
-        FillPattern(out, produced, LoadU16(in + 1));
-        recents = PushPair(recents, in[1], in[2]);
-        out += produced;
-        in += 3;
-      } else {
+    for (;;) {
+      // As many tokens as fit whatever they are.
+      std::size_t tokens = std::min(static_cast<std::size_t>(in_end_ - in) / kInputAhead,
+                                    static_cast<std::size_t>(out_end_ - out) / kOutputAhead);
+      if (tokens == 0) {
         break;
+      }
+      for (; tokens != 0; --tokens) {
+        const Byte command = in[0];
+        const PatternRow row = kPatterns[command];
+        if (row.produced != 0) {
+          const std::uint32_t bytes = recents | std::uint32_t{in[1]} << kShiftOperand;
+          const std::uint32_t first = bytes >> row.first_shift & 0xff;
+          const std::uint32_t second = bytes >> row.second_shift & 0xff;
+          FillPattern(out, row.produced, first | second << 8);
+          recents = ((recents << 8 | second) & row.pushed) | (recents & ~row.pushed);
+          out += row.produced;
+          in += 1 + std::size_t{(command & 0xe0) == kRepeatNew.base};
+        } else if (command < kRepeatRecent1.base) {
+          std::memcpy(out, in + 1, kStep);
+          std::memcpy(out + kStep, in + 1 + kStep, kStep);
+          out += command + kLiteral.bias;
+          in += 1u + command + kLiteral.bias;
+        } else if ((command & 0xf0) == kAlternateNew.base) {
+          const unsigned produced = command - unsigned{kAlternateNew.base} + kAlternateNew.bias;
+          FillPattern(out, produced, LoadU16(in + 1));
+          recents = PushPair(recents, in[1], in[2]);
+          out += produced;
+          in += 3;
+        } else {
+          in_ = in;
+          out_ = out;
+          recents_ = recents;
+          return;
+        }
       }
     }
     in_ = in;
@@ -168,9 +178,8 @@ class PlaneDecoder {
     }
   }
   static void StoreTwice(Byte* out, std::uint64_t eight) {
-    StoreU32(out, static_cast<std::uint32_t>(eight));
-    StoreU32(out + 4, static_cast<std::uint32_t>(eight >> 32));
-    std::memcpy(out + 8, out, 8);
+    StoreU64(out, eight);
+    StoreU64(out + 8, eight);
   }
 
   // One token of any kind, cut at the plane's end. False when the stream does not hold it.
