@@ -13,10 +13,8 @@ namespace KRD {
 
 namespace {
 
-constexpr std::uint32_t kPage = 0x1000;             // commit unit
 constexpr std::uint32_t kGranularity = 0x10000;     // reservation unit
 constexpr std::uint32_t kReservedFrom = 0x10000;    // capacity in bytes that leaves the heap
-constexpr std::uint64_t kMaxBytes = 1000000000;     // of all elements together
 constexpr std::uint64_t kMaxReserved = 0x7fff0000;  // whole granules that a signed size can tell
 constexpr unsigned kMinCapacity = 4;                // elements on the heap, and at least
 constexpr unsigned kMinCapacityBytes = 16;          // these bytes, rounded up to elements
@@ -25,12 +23,6 @@ constexpr unsigned kMinCapacityBytes = 16;          // these bytes, rounded up t
 std::uint64_t IndexLimit(unsigned char size_index) {
   return size_index >= 1 && size_index <= 4 ? std::uint64_t{1} << (8 * size_index - 1)
                                             : std::uint64_t{1} << 31;
-}
-
-// A size that makes no element can hold nothing.
-bool WithinLimits(std::uint64_t n, int size_elem, unsigned char size_index) {
-  return size_elem > 0 && n <= IndexLimit(size_index) &&
-         n * static_cast<unsigned>(size_elem) <= kMaxBytes;
 }
 
 char* Reserve(std::uint32_t bytes) {
@@ -76,7 +68,7 @@ MARRAY::~MARRAY() {
 }
 
 unsigned int MARRAY::RoundToPageSize(int size) {
-  return RoundUp(static_cast<unsigned>(size), kPage);
+  return RoundUp(static_cast<unsigned>(size), kPageSize);
 }
 
 unsigned int MARRAY::RoundToGranularitySize(int size) {
@@ -85,7 +77,7 @@ unsigned int MARRAY::RoundToGranularitySize(int size) {
 
 char* MARRAY::RoundToPageAddr(const char* address) {
   return reinterpret_cast<char*>(reinterpret_cast<std::uintptr_t>(address) &
-                                 ~std::uintptr_t{kPage - 1});
+                                 ~std::uintptr_t{kPageSize - 1});
 }
 
 char* MARRAY::RoundToGranularityAddr(const char* address) {
@@ -111,15 +103,16 @@ void MARRAY::setNElem(unsigned int n) {
 }
 
 void MARRAY::growTo(unsigned int n) {
-  if (!WithinLimits(n, sizeElem, sizeIndex)) {
+  // A size that makes no element can hold nothing.
+  if (sizeElem <= 0 || n > IndexLimit(sizeIndex) || bytesOf(n) > kMaxBytes) {
     ThrowException(new MA_EXCEPTION(4, static_cast<int>(n), sizeElem, 0, true));
   }
   if (n > static_cast<unsigned>(maxNElem_)) {
     setMaxNElem(maxNElem_ == 0 ? n : n + n / 2);
   }
   if (isReserved()) {
-    const std::uint32_t have = RoundUp(bytesOf(nElem), kPage) + (pageKept ? kPage : 0);
-    const std::uint32_t need = RoundUp(bytesOf(n), kPage);
+    const std::uint32_t have = RoundUp(bytesOf(nElem), kPageSize) + (pageKept ? kPageSize : 0);
+    const std::uint32_t need = RoundUp(bytesOf(n), kPageSize);
     pageKept = false;
     if (need > have && !Commit(data + have, need - have)) {
       MemoryError();
@@ -130,13 +123,13 @@ void MARRAY::growTo(unsigned int n) {
 
 void MARRAY::shrinkTo(unsigned int n) {
   if (isReserved()) {
-    const std::uint32_t end = RoundUp(bytesOf(n), kPage);
-    std::uint32_t free = RoundUp(bytesOf(nElem), kPage) - end;
+    const std::uint32_t end = RoundUp(bytesOf(n), kPageSize);
+    std::uint32_t free = RoundUp(bytesOf(nElem), kPageSize) - end;
     if (free != 0) {
-      free += pageKept ? kPage : 0;
+      free += pageKept ? kPageSize : 0;
       // Nothing goes until two pages can go at once, so that an array that swings around a page's
       // end does not commit and decommit it each time.
-      pageKept = free < 2 * kPage;
+      pageKept = free < 2 * kPageSize;
       if (!pageKept && !VirtualFree(data + end, free, MEM_DECOMMIT)) {
         MemoryError();
       }
@@ -196,7 +189,7 @@ void MARRAY::reserveAnew(unsigned int n) {
   if (range == nullptr) {
     AllocError();
   }
-  if (nElem != 0 && !MarrayVirtualMove(range, data, RoundUp(bytesOf(nElem), kPage))) {
+  if (nElem != 0 && !MarrayVirtualMove(range, data, RoundUp(bytesOf(nElem), kPageSize))) {
     // Some pages may lie in either range, so neither is an array any more.
     Release(range);
     MarrayFree();
@@ -215,7 +208,7 @@ void MARRAY::leaveHeap(unsigned int n) {
     AllocError();
   }
   if (nElem != 0) {
-    if (!Commit(range, RoundUp(bytesOf(nElem), kPage))) {
+    if (!Commit(range, RoundUp(bytesOf(nElem), kPageSize))) {
       Release(range);
       MemoryError();
     }

@@ -74,7 +74,19 @@ class KRDCMMN_API MARRAY {
 
   // Sets the capacity and gives the capacity reached.
   int setMaxNElem(unsigned int n);
-  void addElem() { setNElem(nElem + 1); }
+  void addElem() { addElemOf(static_cast<unsigned short>(sizeElem)); }
+  // The same where the compiler knows the size, which is the field's.
+  void addElemOf(std::size_t size) {
+    // Inside the page that the last element ends in, appending is an increment in either regime.
+    const std::size_t end = nElem * size;
+    const std::size_t grown = end + size;
+    if (((end - 1) ^ (grown - 1)) < kPageSize && nElem < static_cast<unsigned>(maxNElem_) &&
+        grown <= kMaxBytes && sizeIndex == 4 && !pageKept) {
+      ++nElem;
+    } else {
+      setNElem(nElem + 1);
+    }
+  }
   // Gives all memory back.
   void MarrayFree();
   // MarrayFree that keeps the count, and memory for the count that was kept.
@@ -82,6 +94,9 @@ class KRDCMMN_API MARRAY {
   void allocSeg();
   // Moves `size` bytes of pages between two reserved ranges; false when the target cannot be had.
   bool MarrayVirtualMove(char* to, char* from, unsigned int size) const;
+
+  static constexpr std::uint32_t kPageSize = 0x1000;      // what is committed at once
+  static constexpr std::uint32_t kMaxBytes = 1000000000;  // of all elements together
 
   static unsigned int RoundToPageSize(int size);
   static unsigned int RoundToGranularitySize(int size);

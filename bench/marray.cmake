@@ -1,0 +1,1 @@
+krd_add_bench(marray)
