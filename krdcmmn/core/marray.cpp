@@ -306,11 +306,14 @@ void MARRAY::get(MARRAY& source) {
   nElem = std::exchange(source.nElem, 0);
   maxNElem_ = std::exchange(source.maxNElem_, 0);
   data = std::exchange(source.data, nullptr);
-  pageKept = std::exchange(source.pageKept, false);
+  pageKept = false;  // a spare page of the source is committed still, and counted no more
+  source.pageKept = false;
 }
 
 MARRAY& MARRAY::operator=(MARRAY& source) {
+  const bool kept = source.pageKept;
   get(source);
+  pageKept = kept;
   sizeElem = source.sizeElem;
   sizeIndex = source.sizeIndex;
   return *this;
