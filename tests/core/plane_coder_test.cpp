@@ -52,9 +52,14 @@ void CheckPlane(const std::string& plane) {
   const std::string stream = PackString(plane);
   ASSERT_EQ(Hex(stream), Hex(ReferenceCoder::Pack(plane))) << Hex(plane);
   ASSERT_EQ(KRD::PackPlane(nullptr, plane.data(), plane.size()), stream.size()) << Hex(plane);
-  std::string portable(stream.size() + plane.size() + 64, 0);
-  portable.resize(KRD::PackPlanePortable(portable.data(), plane.data(), plane.size()));
-  ASSERT_EQ(Hex(portable), Hex(stream)) << Hex(plane);
+  for (const int vector_bytes : {0, 16, 32}) {
+    std::string other(KRD::PackPlaneBound(plane.size()), '\0');
+    const auto length = KRD::PackPlaneWith(vector_bytes, other.data(), plane.data(), plane.size());
+    if (length >= 0) {
+      other.resize(static_cast<std::size_t>(length));
+      ASSERT_EQ(Hex(other), Hex(stream)) << vector_bytes << ": " << Hex(plane);
+    }
+  }
   ASSERT_LE(stream.size(), KRD::PackPlaneBound(plane.size()));
   const auto back = UnpackString(stream + "behind", plane.size());
   ASSERT_TRUE(back.good) << Hex(plane);
