@@ -203,6 +203,22 @@ Dots Arcs(int width, int w, int h, POINT start, POINT end, int style = PS_SOLID)
                  [&](HDC dc) { Arc(dc, 0, 0, w, h, start.x, start.y, end.x, end.y); });
 }
 
+TEST(Ellipse, OutlinesThatPassTheViewAreNotWalked) {
+  Canvas canvas(4000, 4000);
+  for (const int width : {1, 9}) {
+    canvas.pen(PS_SOLID, width);
+    for (int i = 0; i < 50000; ++i) {
+      Ellipse(canvas.dc, -2147483647 + i, -2147483647, 2147483647, 2147483647 - i);  // around it
+      Ellipse(canvas.dc, -2147483647, -2147483647, 5000, 5000 + i);  // its corner within the box
+      Arc(canvas.dc, -2147483647, -2147483647, 2147483647, 2147483647, 5, 5, i, -i);
+    }
+  }
+  canvas.brush(0xffffff);
+  Ellipse(canvas.dc, -100000, -100000, 100000, 100000);
+  EXPECT_EQ(PixelAt(canvas.dc, 0, 0), 0xffffffu) << "a fill is seen where the outline is not";
+  EXPECT_EQ(PixelAt(canvas.dc, 3999, 3999), 0xffffffu);
+}
+
 TEST(Arc, RunsAnticlockwiseOnTheScreen) {
   Canvas canvas(11, 11);
   Arc(canvas.dc, 0, 0, 11, 11, 20, 5, 5, -20);

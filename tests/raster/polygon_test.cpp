@@ -132,6 +132,29 @@ TEST(Polygon, TenMillionPoints) {
   EXPECT_EQ(krtest::PixelAt(canvas.dc, 0, 0), 0xffffffu);
 }
 
+TEST(Polygon, EdgesThatPassTheViewAreNotWalked) {
+  // 200,000 edges, each as high as the view of 4000 rows: too many steps to take within the test's
+  // time limit. One point of the first ten decides on the inside.
+  ShapeMaker maker(33);
+  std::vector<POINT> points;
+  for (int i = 0; i < 100'000; ++i) {
+    const LONG left = static_cast<LONG>(maker.number(-2147483647, -1000000));
+    points.push_back({left, -2147483647});
+    points.push_back({static_cast<LONG>(maker.number(-2147483647, -1000000)), 2147483647});
+  }
+  points.push_back({2147483647, 2147483647});
+  points.push_back({2147483647, -2147483647});
+  for (const int width : {1, 7}) {
+    Canvas canvas(100, 4000);
+    canvas.pen(PS_SOLID, width);
+    canvas.brush(0x0000ff);
+    EXPECT_TRUE(Polygon(canvas.dc, points.data(), static_cast<int>(points.size())));
+    for (const int y : {0, 1999, 3999}) {
+      EXPECT_EQ(krtest::PixelAt(canvas.dc, 50, y), Inside(points, 50, y) ? 0xff0000u : 0u);
+    }
+  }
+}
+
 TEST(Rectangle, OutlineAndFill) {
   Canvas canvas(26, 8);
   canvas.brush(0x0000ff);

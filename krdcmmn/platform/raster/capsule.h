@@ -140,6 +140,25 @@ void CapsuleRows(const Area& area, Place a, Place b, std::int64_t width, std::in
   }
 }
 
+// Narrows the rows [first, last] of a stroke to those in which it can meet the area's columns: a
+// pixel of the stroke is within `width` of a point of the segment on both axes. a is the upper end.
+inline void NarrowRows(const Area& area, Place a, Place b, std::int64_t width, std::int64_t* first,
+                       std::int64_t* last) {
+  const std::int64_t dx = b.x > a.x ? b.x - a.x : a.x - b.x;
+  const std::int64_t dy = b.y - a.y;
+  if (dx == 0) {
+    return;
+  }
+  // How far the columns are from the start, in the segment's direction.
+  const std::int64_t near = b.x > a.x ? area.left - a.x : a.x - area.right;
+  const std::int64_t far = b.x > a.x ? area.right - a.x : a.x - area.left;
+  const auto row = [&](std::int64_t x) {
+    return a.y + static_cast<std::int64_t>(int128{dy} * std::clamp<std::int64_t>(x, 0, dx) / dx);
+  };
+  *first = std::max(*first, row(near - width) - width);
+  *last = std::min(*last, row(far + width) + 1 + width);
+}
+
 // Hands each visible row of the stroke from a to b to `sink(y, x0, x1)`, one run [x0, x1) a row.
 // `width` is 2 or more.
 template <class Sink>
@@ -148,11 +167,14 @@ void CapsuleRuns(const Area& area, Place a, Place b, std::int64_t width, Sink&& 
     std::swap(a, b);
   }
   const std::int64_t even = width % 2 == 0 ? 1 : 0;
-  const std::int64_t first = std::max<std::int64_t>(area.top, a.y - (width + even) / 2);
-  const std::int64_t last = std::min<std::int64_t>(area.bottom - 1, b.y + (width - even) / 2);
+  std::int64_t first = std::max<std::int64_t>(area.top, a.y - (width + even) / 2);
+  std::int64_t last = std::min<std::int64_t>(area.bottom - 1, b.y + (width - even) / 2);
   if (first > last || std::max(a.x, b.x) + width < area.left ||
       std::min(a.x, b.x) - width >= area.right) {
     return;
+  }
+  if (std::min(a.x, b.x) < area.left || std::max(a.x, b.x) >= area.right) {
+    NarrowRows(area, a, b, width, &first, &last);
   }
   constexpr std::int64_t kSmall = std::int64_t{1} << 28;  // sums and products stay below 2^63
   if (width < kSmall && b.y - a.y < kSmall && b.x - a.x < kSmall && a.x - b.x < kSmall) {

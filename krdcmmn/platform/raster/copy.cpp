@@ -17,18 +17,19 @@ void CopyPixels(const Canvas& target, Place to, std::int64_t w, std::int64_t h,
     return;
   }
   const std::size_t bytes = static_cast<std::size_t>(x1 - x0) * sizeof(std::uint32_t);
-  const auto copy_row = [&](std::int64_t y) {
-    std::memmove(target.at(to.x + x0, to.y + y), source.at(at.x + x0, at.y + y), bytes);
-  };
-  if (target.data == source.data &&
-      to.y > at.y) {  // from the last row up: the first ones are read last
-    for (std::int64_t y = y1 - 1; y >= y0; --y) {
-      copy_row(y);
+  // Within one bitmap from the last row up when the rows move down: the first ones are read last.
+  const bool upward = target.data == source.data && to.y > at.y;
+  const std::ptrdiff_t step = upward ? -1 : 1;
+  const std::int64_t first = upward ? y1 - 1 : y0;
+  std::uint32_t* into = target.at(to.x + x0, to.y + first);
+  const std::uint32_t* from = source.at(at.x + x0, at.y + first);
+  for (std::int64_t left = y1 - y0;;) {
+    std::memmove(into, from, bytes);
+    if (--left == 0) {
+      return;
     }
-  } else {
-    for (std::int64_t y = y0; y < y1; ++y) {
-      copy_row(y);
-    }
+    into += step * target.stride;
+    from += step * source.stride;
   }
 }
 

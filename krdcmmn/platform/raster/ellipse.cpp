@@ -185,9 +185,22 @@ void PaintArc(const Canvas& canvas, const Box& box, const Sector& sector, Kernel
              });
 }
 
+// Whether a shape this large may have an outline that passes the canvas by.
+bool PassesBy(const Canvas& canvas, const Stroke& stroke, const Box& box, bool filled) {
+  constexpr std::int64_t kLarge = 1024;
+  if (box.a < kLarge || box.b < kLarge) {
+    return false;
+  }
+  const Where where = Locate(canvas.area(), box, stroke.width);
+  return where == Where::outside || (where == Where::inside && !filled);
+}
+
 }  // namespace
 
 void DrawEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, const Box& box) {
+  if (PassesBy(canvas, stroke, box, fill.solid)) {
+    return;
+  }
   switch (stroke.kind) {
     case StrokeKind::none:  // the fill takes the outline's pixels too
       if (fill.solid) {
@@ -210,7 +223,8 @@ void DrawEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, c
 }
 
 void DrawArc(const Canvas& canvas, const Stroke& stroke, const Box& box, Place start, Place end) {
-  if (stroke.kind == StrokeKind::none || box.a < 0 || box.b < 0) {
+  if (stroke.kind == StrokeKind::none || box.a < 0 || box.b < 0 ||
+      PassesBy(canvas, stroke, box, false)) {
     return;
   }
   const Sector sector(box, start, end);

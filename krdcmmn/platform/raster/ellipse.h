@@ -52,6 +52,11 @@ class InsideExtent {
   std::int64_t db_;
 };
 
+// Where an area lies to the outline of an ellipse, `reach` pixels to each side of it: quite
+// outside, or quite inside, where no outline is to be seen; or neither can be said.
+enum class Where { outside, inside, near };
+Where Locate(const Area& area, const Box& box, std::int64_t reach);
+
 // The directions between which an arc runs, anticlockwise on the screen: from the ray of the start,
 // included, to the ray of the end, left out. Rays that point the same way, or have no direction
 // because their point is the middle, take in everything.

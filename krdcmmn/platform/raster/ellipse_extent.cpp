@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "krdcmmn/platform/raster/ellipse.h"
 #include "krdcmmn/platform/raster/exact.h"
@@ -73,6 +74,30 @@ std::int64_t InsideExtent::at(std::int64_t y, std::int64_t parity) const {
     most = static_cast<std::int64_t>(static_cast<long double>(da_) * std::sqrt(1 - part * part));
   }
   return most - ((most ^ parity) & 1);
+}
+
+Where Locate(const Area& area, const Box& box, std::int64_t reach) {
+  // Places in units of the half axes: the ellipse is the unit circle, and a way of n pixels no
+  // longer than n over the shorter half axis. Half a pixel of the outline's own and the rounding
+  // are covered by the two pixels more.
+  const auto a = static_cast<long double>(box.a);
+  const auto b = static_cast<long double>(box.b);
+  const long double margin = static_cast<long double>(2 * reach + 4) / std::min(a, b);
+  const auto span = [](std::int64_t low, std::int64_t high) {
+    const std::int64_t nearest = low > 0 ? low : high < 0 ? -high : 0;
+    return std::pair(static_cast<long double>(nearest),
+                     static_cast<long double>(std::max(-low, high)));
+  };
+  const std::int64_t middle_x = 2 * box.left + box.a;
+  const std::int64_t middle_y = 2 * box.top + box.b;
+  const auto x =
+      span(2 * std::int64_t{area.left} - middle_x, 2 * std::int64_t{area.right} - middle_x);
+  const auto y =
+      span(2 * std::int64_t{area.top} - middle_y, 2 * std::int64_t{area.bottom} - middle_y);
+  if (std::hypot(x.first / a, y.first / b) > 1 + margin) {
+    return Where::outside;
+  }
+  return std::hypot(x.second / a, y.second / b) < 1 - margin ? Where::inside : Where::near;
 }
 
 }  // namespace krraster

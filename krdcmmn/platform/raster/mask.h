@@ -100,10 +100,9 @@ void ForEachRun(const std::uint64_t* words, std::size_t count, Run&& run) {
       if (w == kAll) {
         continue;
       }
-      const int end = std::countr_one(w);
-      run(open, base + end);
+      run(open, base + std::countr_one(w));
       open = -1;
-      w &= kAll << end;
+      w &= w + 1;  // without the bits up to its first 0
     }
     while (w != 0) {
       const int first = std::countr_zero(w);
@@ -113,7 +112,7 @@ void ForEachRun(const std::uint64_t* words, std::size_t count, Run&& run) {
         break;
       }
       run(base + first, base + end);
-      w &= kAll << end;
+      w &= w + (w & -w);  // without the run: the carry goes through it
     }
   }
   if (open >= 0) {

@@ -1,6 +1,8 @@
 #include "krdcmmn/platform/raster/polygon.h"
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "krdcmmn/platform/raster/capsule.h"
 #include "krdcmmn/platform/raster/line.h"
@@ -10,65 +12,98 @@ namespace krraster {
 
 namespace {
 
-// Flips the inside's bits where the edge from a down to b crosses rows: at the first pixel centre
-// on or right of it.
-template <class Int>
-void FlipCrossings(Mask& inside, Place a, Place b) {
-  const Area& area = inside.area();
-  const std::int64_t first = std::max<std::int64_t>(a.y, area.top);
-  const std::int64_t end = std::min<std::int64_t>(b.y, area.bottom);
-  if (first >= end) {
-    return;
-  }
-  const Int dx = b.x - a.x;
-  const Int dy = b.y - a.y;
-  // The ceiling of dx (y - a.y) / dy.
-  FloorWalk<Int> x(dx * (first - a.y) + dy - 1, dx, dy);
-  const Int left = area.left - a.x;
-  const Int right = area.right - a.x;
-  for (std::int64_t y = first; y < end; ++y, x.next()) {
-    const Int at = std::max(x.value(), left);
-    if (at < right) {
-      inside.flip(a.x + static_cast<std::int64_t>(at), y);
+// The inside of a polygon, as it grows edge by edge: a bit is flipped where an edge crosses a row,
+// at the first pixel centre on or right of it.
+class Inside {
+ public:
+  explicit Inside(const Area& area) : mask_(area), width_(std::int64_t{area.right} - area.left) {}
+
+  void add_edge(Place a, Place b) {
+    if (a.y > b.y) {
+      std::swap(a, b);
+    }
+    const std::int64_t first = std::max<std::int64_t>(a.y, mask_.area().top);
+    const std::int64_t end = std::min<std::int64_t>(b.y, mask_.area().bottom);
+    if (first >= end || std::min(a.x, b.x) >= mask_.area().right) {
+      return;
+    }
+    const auto below = [&](std::int64_t limit) {
+      return b.y - a.y < limit && b.x - a.x < limit && a.x - b.x < limit;
+    };
+    if (std::max(a.x, b.x) <= mask_.area().left) {
+      flip_first_column(first, end);
+    } else if (below(SlopeWalk::kLimit)) {
+      flip(SlopeWalk(b.x - a.x, b.y - a.y, Rounding::up, first - a.y), a.x, first, end);
+    } else if (below(std::int64_t{1} << 30)) {
+      add_long_edge<std::int64_t>(a, b, first, end);
+    } else {
+      add_long_edge<int128>(a, b, first, end);
     }
   }
-}
 
-// The same for edges short enough for SlopeWalk.
-void FlipShortEdge(Mask& inside, Place a, Place b) {
-  const Area& area = inside.area();
-  const std::int64_t first = std::max<std::int64_t>(a.y, area.top);
-  const std::int64_t end = std::min<std::int64_t>(b.y, area.bottom);
-  if (first >= end) {
-    return;
+  // After the last edge. The mask is good as long as this.
+  Mask& finish() {
+    bool odd = false;
+    for (std::size_t i = 0; i < first_column_.size(); ++i) {
+      odd ^= first_column_[i];
+      if (odd) {
+        mask_.flip(mask_.area().left, mask_.area().top + static_cast<std::int64_t>(i));
+      }
+    }
+    mask_.fill_between_flips();
+    return mask_;
   }
-  SlopeWalk moved(b.x - a.x, b.y - a.y, Rounding::up, first - a.y);
-  std::uint64_t* row = inside.row(first);
-  const std::int64_t left = a.x - area.left;
-  const auto width = std::int64_t{area.right} - area.left;
-  for (std::int64_t y = first; y < end; ++y, row += inside.words(), moved.next()) {
-    const std::int64_t x = std::max<std::int64_t>(left + moved.value(), 0);
-    if (x < width) {
-      row[x >> 6] ^= std::uint64_t{1} << (x & 63);
+
+ private:
+  // An edge that may be far longer than what is seen of it: when it passes the area on one side its
+  // rows are not walked.
+  template <class Int>
+  void add_long_edge(Place a, Place b, std::int64_t first, std::int64_t end) {
+    const Int dx = b.x - a.x;
+    const Int dy = b.y - a.y;
+    const Int left = mask_.area().left - a.x;
+    const auto crossing = [&](std::int64_t y) { return dx * (y - a.y) + dy - 1; };  // times dy
+    const auto sides = std::minmax({crossing(first), crossing(end - 1)});
+    if (FloorDiv<Int>(sides.first, dy) >= left + width_) {
+      return;
+    }
+    if (FloorDiv<Int>(sides.second, dy) <= left) {
+      flip_first_column(first, end);
+      return;
+    }
+    flip(FloorWalk<Int>(crossing(first), dx, dy), a.x, first, end);
+  }
+
+  template <class Walk>
+  void flip(Walk moved, std::int64_t start, std::int64_t first, std::int64_t end) {
+    std::uint64_t* row = mask_.row(first);
+    const std::int64_t left = start - mask_.area().left;
+    for (std::int64_t y = first; y < end; ++y, row += mask_.words(), moved.next()) {
+      const auto x =
+          static_cast<std::int64_t>(std::max<decltype(moved.value())>(left + moved.value(), 0));
+      if (x < width_) {
+        row[x >> 6] ^= std::uint64_t{1} << (x & 63);
+      }
     }
   }
-}
 
-void FlipEdge(Mask& inside, Place a, Place b) {
-  if (a.y > b.y) {
-    std::swap(a, b);
+  // For edges left of the area: their rows are kept as the two ends of a range.
+  void flip_first_column(std::int64_t first, std::int64_t end) {
+    if (first_column_.empty()) {
+      first_column_.resize(static_cast<std::size_t>(mask_.area().bottom) -
+                           static_cast<std::size_t>(mask_.area().top) + 1);
+    }
+    const std::int64_t top = mask_.area().top;
+    for (const std::int64_t y : {first, end}) {
+      const auto at = static_cast<std::size_t>(y - top);
+      first_column_[at] = !first_column_[at];
+    }
   }
-  const auto below = [&](std::int64_t limit) {
-    return b.y - a.y < limit && b.x - a.x < limit && a.x - b.x < limit;
-  };
-  if (below(SlopeWalk::kLimit)) {
-    FlipShortEdge(inside, a, b);
-  } else if (below(std::int64_t{1} << 30)) {
-    FlipCrossings<std::int64_t>(inside, a, b);
-  } else {
-    FlipCrossings<int128>(inside, a, b);
-  }
-}
+
+  Mask mask_;
+  std::int64_t width_;
+  std::vector<bool> first_column_;  // rows where the first column's parity changes, and the end
+};
 
 // Calls `edge(from, to)` for each edge, the closing one last.
 template <class Edge>
@@ -141,9 +176,9 @@ void PaintInside(const Canvas& canvas, const Fill& fill, const Corners& corners,
   if (!fill.solid) {
     return;
   }
-  Mask inside(area);
-  ForEachEdge(corners, [&](Place a, Place b) { FlipEdge(inside, a, b); });
-  inside.fill_between_flips();
+  Inside edges(area);
+  ForEachEdge(corners, [&](Place a, Place b) { edges.add_edge(a, b); });
+  Mask& inside = edges.finish();
   if (taken != nullptr) {
     inside.remove(*taken);
   }
