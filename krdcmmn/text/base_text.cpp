@@ -281,9 +281,10 @@ void BASE_TEXT::PutLate(unsigned int i, const char* text, std::size_t size) {
 }
 
 void BASE_TEXT::settle() {
-  if (late_.count() == 0) {
+  if (isSettled()) {
     return;
   }
+  ++edits_;
   const auto all = static_cast<unsigned int>(nElem());
   std::size_t bytes = 0;
   for (unsigned int i = 0; i < all; ++i) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "krdcmmn/core/exception.h"
 #include "krdcmmn/platform/codepage.h"
 
 namespace KRD {
@@ -12,6 +13,8 @@ namespace KRD {
 namespace {
 
 constexpr std::uint32_t kSeed = 0x0decabac;
+constexpr std::uint64_t kMany = 0xffffffff;  // more than any array holds
+constexpr std::int32_t kLeftOut = -2;        // of a string that the hash does not know
 
 std::uint32_t Mix(std::uint32_t h, char byte) {
   return (h << 1 | h >> 31) + static_cast<std::uint32_t>(static_cast<signed char>(byte));
@@ -44,35 +47,23 @@ HASH_TEXT_NOCASE::~HASH_TEXT_NOCASE() = default;
 
 // --- Hashing and comparing
 
-// Of a text up to its terminator; gives its length too.
-std::uint32_t HASH_TEXT::HashOf(const char* text, std::size_t* size) const {
+std::uint32_t HASH_TEXT::HashOf(const char* begin, const char* end) const {
   std::uint32_t h = kSeed;
-  const char* p = text;
   if (ignoreCase) {
-    for (; *p != 0; ++p) {
+    for (const char* p = begin; p != end; ++p) {
       h = Mix(h, Upper(*p));
     }
   } else {
-    for (; *p != 0; ++p) {
+    for (const char* p = begin; p != end; ++p) {
       h = Mix(h, *p);
     }
-  }
-  *size = static_cast<std::size_t>(p - text);
-  return h;
-}
-
-std::uint32_t HASH_TEXT::HashOf(const char* begin, const char* end) const {
-  std::uint32_t h = kSeed;
-  for (const char* p = begin; p != end; ++p) {
-    h = Mix(h, ignoreCase ? Upper(*p) : *p);
   }
   return h;
 }
 
 int HASH_TEXT::hash(const char* text) const {
-  std::size_t size;
-  const std::uint32_t h = HashOf(TextOf(text), &size);
-  return buckets.count() != 0 ? static_cast<int>(h % buckets.count()) : 0;
+  text = TextOf(text);
+  return hashExt(text, text + std::strlen(text));
 }
 
 int HASH_TEXT::hashExt(const char* begin, const char* end) const {
@@ -87,28 +78,71 @@ bool HASH_TEXT::compareN(const char* a, const char* b, unsigned int size) const 
   return (ignoreCase ? _mbsnbicmp(a, b, size) : _mbsnbcmp(a, b, size)) == 0;
 }
 
-// Whether an entry of more than `size` bytes is the text of `size` bytes.
-bool HASH_TEXT::Same(const char* entry, const char* text, std::size_t size) const {
-  if (entry[size] != 0) {
-    return false;
-  }
-  return ignoreCase ? compareN(entry, text, static_cast<unsigned int>(size))
-                    : std::memcmp(entry, text, size) == 0;
+HASH_TEXT::KEY HASH_TEXT::KeyOf(const char* text, std::size_t size) const {
+  return {text, size, IdsAnswer() ? Fingerprint(text, size, ignoreCase) : 0};
 }
 
-// The string in a bucket that is the text, or -1; `*before` gets the one in front of it in the
-// chain, or -1.
-int HASH_TEXT::Find(const char* text, std::size_t size, std::uint32_t bucket, int* before) const {
-  const std::int32_t* const next = chain.begin();
-  *before = kNone;
-  for (int id = buckets[bucket]; id >= 0; id = next[id]) {
-    const auto index = static_cast<unsigned int>(id);
-    if (len(index) > size && Same(BASE_TEXT::operator()(index), text, size)) {
-      return id;
-    }
-    *before = id;
+std::uint32_t HASH_TEXT::BucketOf(const KEY& key) const {
+  return HashOf(key.text, key.text + key.size) % buckets.count();
+}
+
+namespace {
+
+std::uint64_t Load(const char* p) {
+  std::uint64_t word;
+  std::memcpy(&word, p, sizeof word);
+  return word;
+}
+
+bool SameBytes(const char* a, const char* b, std::size_t size) {
+  if (size < 8 || size > 32) {
+    return std::memcmp(a, b, size) == 0;
   }
-  return kNone;
+  // Four words, of which some overlap, so that no length takes a branch of its own.
+  const std::size_t last = size - 8;
+  const std::size_t second = std::min<std::size_t>(8, last);
+  const std::size_t third = std::min<std::size_t>(16, last);
+  return ((Load(a) ^ Load(b)) | (Load(a + second) ^ Load(b + second)) |
+          (Load(a + third) ^ Load(b + third)) | (Load(a + last) ^ Load(b + last))) == 0;
+}
+
+}  // namespace
+
+// Whether the string that starts there is the text. A text has no zero inside, so a string that is
+// shorter differs at its end.
+bool HASH_TEXT::Same(std::uint32_t start, const KEY& key) const {
+  if (pool.count() - start <= key.size) {
+    return false;
+  }
+  const char* const entry = pool.begin() + start;
+  if (entry[key.size] != 0) {
+    return false;
+  }
+  return ignoreCase ? compareN(entry, key.text, static_cast<unsigned int>(key.size))
+                    : SameBytes(entry, key.text, key.size);
+}
+
+int HASH_TEXT::Find(const KEY& key) const {
+  return IdsAnswer() ? FindInIds(key) : FindInChain(key);
+}
+
+int HASH_TEXT::FindInIds(const KEY& key) const {
+  return ids_.find(key.fingerprint, [&](std::uint32_t start) { return Same(start, key); });
+}
+
+int HASH_TEXT::FindInChain(const KEY& key) const {
+  int id = buckets[BucketOf(key)];
+  while (id != kNone) {
+    const auto index = static_cast<unsigned int>(id);
+    const char* const entry = BASE_TEXT::operator()(index);
+    if (len(index) > key.size && entry[key.size] == 0 &&
+        (ignoreCase ? compareN(entry, key.text, static_cast<unsigned int>(key.size))
+                    : SameBytes(entry, key.text, key.size))) {
+      break;
+    }
+    id = chain[index];
+  }
+  return id;
 }
 
 // --- The hash
@@ -129,59 +163,54 @@ void HASH_TEXT::rebuild(int size) {
 }
 
 void HASH_TEXT::Build(int size) const {
+  if (!isSettled()) {
+    // Only a table that may be changed can have got strings that wait beside the pool.
+    const_cast<HASH_TEXT*>(this)->settle();
+  }
   const auto strings = static_cast<unsigned int>(nElem());
   const auto most = static_cast<std::uint64_t>(std::max(size, nElem()));
+  const auto count = static_cast<unsigned int>(std::min<std::uint64_t>((2 * most + 64) | 1, kMany));
   // Without buckets there is no hash, whatever fails from here on.
   buckets.empty();
   chain.setNElem(strings);
-  buckets.setNElem(
-      static_cast<unsigned int>(std::min<std::uint64_t>((2 * most + 64) | 1, 0xffffffff)));
+  buckets.setNElem(count);
+  ids_.empty();
+  try {
+    if (!filledInPlace_) {
+      ids_.prepare(count);
+    }
+  } catch (EXCEPTION*) {
+    buckets.empty();
+    throw;
+  }
   std::fill(buckets.begin(), buckets.end(), kNone);
   seenRemovals_ = removals_;
-  if (unique_ && !filledInPlace_ && seenEdits_ == edits_ && seenIgnoreCase_ == ignoreCase) {
-    BuildUnique();
-  } else {
-    BuildChecked();
-  }
-}
-
-// From the last string to the first, each at the head of its chain: chains rise.
-void HASH_TEXT::BuildUnique() const {
-  const std::uint32_t count = buckets.count();
-  for (unsigned int i = chain.count(); i-- != 0;) {
-    const char* const text = BASE_TEXT::operator()(i);
-    chain[i] = kNone;
-    if (*text != 0) {
-      std::size_t size;
-      std::int32_t& head = buckets[HashOf(text, &size) % count];
-      chain[i] = std::exchange(head, static_cast<std::int32_t>(i));
-    }
-  }
-}
-
-// From the first string to the last, each at the end of its chain unless it is there already.
-void HASH_TEXT::BuildChecked() const {
-  const std::uint32_t count = buckets.count();
-  unique_ = true;
-  for (unsigned int i = 0; i < chain.count(); ++i) {
-    const char* const text = BASE_TEXT::operator()(i);
-    chain[i] = kNone;
-    if (*text == 0) {
-      continue;
-    }
-    std::size_t size;
-    const std::uint32_t bucket = HashOf(text, &size) % count;
-    int last;
-    if (Find(text, size, bucket, &last) != kNone) {
-      unique_ = false;
-    } else if (last == kNone) {
-      buckets[bucket] = static_cast<std::int32_t>(i);
-    } else {
-      chain[static_cast<unsigned int>(last)] = static_cast<std::int32_t>(i);
-    }
-  }
   seenEdits_ = edits_;
   seenIgnoreCase_ = ignoreCase;
+
+  // Forward to leave out empty strings and doubles, and back again to put the others at the heads
+  // of their chains: so each chain rises.
+  const bool in_ids = ids_.isUsable();
+  for (unsigned int i = 0; i < strings; ++i) {
+    const char* const text = BASE_TEXT::operator()(i);
+    const std::size_t length = std::strlen(text);
+    const KEY key = {text, length, in_ids ? Fingerprint(text, length, ignoreCase) : 0};
+    if (length == 0 || (in_ids ? FindInIds(key) : FindInChain(key)) != kNone) {
+      chain[i] = kLeftOut;
+    } else if (in_ids) {
+      chain[i] = kNone;
+      ids_.insert(key.fingerprint, static_cast<int>(i), static_cast<std::uint32_t>(offsets[i]));
+    } else {
+      chain[i] = std::exchange(buckets[BucketOf(key)], static_cast<std::int32_t>(i));
+    }
+  }
+  std::fill(buckets.begin(), buckets.end(), kNone);
+  for (unsigned int i = strings; i-- != 0;) {
+    const char* const text = BASE_TEXT::operator()(i);
+    chain[i] = chain[i] == kLeftOut ? kNone
+                                    : std::exchange(buckets[BucketOf({text, std::strlen(text), 0})],
+                                                    static_cast<std::int32_t>(i));
+  }
 }
 
 // --- The index
@@ -191,17 +220,26 @@ int HASH_TEXT::add(const char* text) {
   if (buckets.count() <= static_cast<unsigned int>(nElem()) || seenRemovals_ != removals_) {
     Build(0);
   }
-  std::size_t size;
-  const std::uint32_t bucket = HashOf(text, &size) % buckets.count();
-  int before;
-  const int found = Find(text, size, bucket, &before);
+  const KEY key = KeyOf(text, std::strlen(text));
+  const int found = Find(key);
   addNew = found == kNone;
   if (!addNew) {
     return found;
   }
+  if (IdsAnswer() && ids_.isFull()) {
+    ids_.rehash([this](int id) {
+      const char* const string = (*this)(id);
+      return Fingerprint(string, std::strlen(string), ignoreCase);
+    });
+  }
   chain.setNElem(static_cast<unsigned int>(nElem()) + 1);
-  const int id = Append(text, size);
-  chain[static_cast<unsigned int>(id)] = std::exchange(buckets[bucket], id);
+  std::int32_t& head = buckets[BucketOf(key)];
+  const int id = Append(text, key.size);
+  chain[static_cast<unsigned int>(id)] = std::exchange(head, id);
+  if (IdsAnswer()) {
+    ids_.insert(key.fingerprint, id,
+                static_cast<std::uint32_t>(offsets[static_cast<unsigned int>(id)]));
+  }
   return id;
 }
 
@@ -209,44 +247,39 @@ int HASH_TEXT::operator()(const char* text) const {
   if (!Ready()) {
     return kNone;
   }
-  std::size_t size;
   text = TextOf(text);
-  const std::uint32_t bucket = HashOf(text, &size) % buckets.count();
-  int before;
-  return Find(text, size, bucket, &before);
+  return Find(KeyOf(text, std::strlen(text)));
 }
 
 int HASH_TEXT::operator()(const char* begin, const char* end) const {
-  const std::less<const char*> before_end;
-  if (!Ready()) {
-    return kNone;
-  }
-  if (begin == nullptr || !before_end(begin, end)) {
-    return (*this)("");
-  }
-  const auto size = static_cast<std::size_t>(end - begin);
+  const std::less<const char*> before;
+  const std::size_t size =
+      begin != nullptr && before(begin, end) ? static_cast<std::size_t>(end - begin) : 0;
   // No string has a zero byte inside.
-  if (std::memchr(begin, 0, size) != nullptr) {
+  if (!Ready() || (size != 0 && std::memchr(begin, 0, size) != nullptr)) {
     return kNone;
   }
-  int before;
-  return Find(begin, size, HashOf(begin, end) % buckets.count(), &before);
+  return Find(KeyOf(TextOf(begin), size));
 }
 
 int HASH_TEXT::del(const char* text) {
   if (!Ready()) {
     return kNone;
   }
-  std::size_t size;
   text = TextOf(text);
-  const std::uint32_t bucket = HashOf(text, &size) % buckets.count();
-  int before;
-  const int id = Find(text, size, bucket, &before);
+  const KEY key = KeyOf(text, std::strlen(text));
+  const int id = Find(key);
   if (id == kNone) {
     return kNone;
   }
-  const std::int32_t next = chain[static_cast<unsigned int>(id)];
-  (before == kNone ? buckets[bucket] : chain[static_cast<unsigned int>(before)]) = next;
+  std::int32_t* link = &buckets[BucketOf(key)];
+  while (*link != id) {
+    link = &chain[static_cast<unsigned int>(*link)];
+  }
+  *link = chain[static_cast<unsigned int>(id)];
+  if (IdsAnswer()) {
+    ids_.remove(key.fingerprint, id, len(static_cast<unsigned int>(id)));
+  }
   Remove(static_cast<unsigned int>(id), 1);
   chain.del(static_cast<unsigned int>(id), 1);
   Lower(buckets, id);
@@ -271,7 +304,7 @@ void HASH_TEXT::empty() {
   BASE_TEXT::empty();
   chain.empty();
   buckets.empty();
-  unique_ = true;
+  ids_.empty();
   seenEdits_ = edits_;
   seenRemovals_ = removals_;
   seenIgnoreCase_ = ignoreCase;
@@ -293,7 +326,7 @@ void HASH_TEXT::swap(HASH_TEXT& other) {
   buckets.swap(other.buckets);
   std::swap(ignoreCase, other.ignoreCase);
   std::swap(addNew, other.addNew);
-  std::swap(unique_, other.unique_);
+  ids_.swap(other.ids_);
   std::swap(seenIgnoreCase_, other.seenIgnoreCase_);
   std::swap(seenEdits_, other.seenEdits_);
   std::swap(seenRemovals_, other.seenRemovals_);

@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "krdcmmn/core/tarray.h"
+#include "krdcmmn/text/id_table.h"
 
 namespace KRD {
 
@@ -72,6 +73,8 @@ class KRDCMMN_API BASE_TEXT {
   // `add` and `del` that are not counted as edits: for an index that follows them itself.
   int Append(const char* text, std::size_t size);
   void Remove(unsigned int i, unsigned int count);
+  // No string waits beside the pool.
+  bool isSettled() const { return late_.count() == 0; }
 
   TARRAY<std::int32_t> offsets;  // start of each string, and the pool's used size behind them
   TARRAY<char> pool;
@@ -154,20 +157,31 @@ class KRDCMMN_API HASH_TEXT : public BASE_TEXT {
  private:
   static constexpr int kNone = -1;
 
-  std::uint32_t HashOf(const char* text, std::size_t* size) const;
+  // A text to look for.
+  struct KEY {
+    const char* text;
+    std::size_t size;
+    std::uint64_t fingerprint;  // while ids_ answers
+  };
+
+  bool IdsAnswer() const {
+    return seenEdits_ == edits_ && seenIgnoreCase_ == ignoreCase && ids_.isUsable();
+  }
+  KEY KeyOf(const char* text, std::size_t size) const;
   std::uint32_t HashOf(const char* begin, const char* end) const;
-  bool Same(const char* entry, const char* text, std::size_t size) const;
-  int Find(const char* text, std::size_t size, std::uint32_t bucket, int* before) const;
+  std::uint32_t BucketOf(const KEY& key) const;
+  bool Same(std::uint32_t start, const KEY& key) const;
+  int Find(const KEY& key) const;
+  int FindInIds(const KEY& key) const;
+  int FindInChain(const KEY& key) const;
   bool Ready() const;
   void Build(int size) const;
-  void BuildUnique() const;
-  void BuildChecked() const;
 
-  // The strings are known to be unique, so that the next hash needs no comparisons, while these
-  // agree with `edits_`, `removals_` and `ignoreCase`.
-  mutable bool unique_ = true;
-  mutable bool seenIgnoreCase_ = false;
+  // Finds the ids of the chains faster than their walk, while no string was changed behind its
+  // back: the two below tell `edits_` and `ignoreCase` of the time when it was built.
+  mutable ID_TABLE ids_;
   mutable std::uint32_t seenEdits_ = 0;
+  mutable bool seenIgnoreCase_ = false;
   mutable std::uint32_t seenRemovals_ = 0;  // `removals_` when the hash was built
 };
 

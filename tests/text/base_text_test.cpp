@@ -210,6 +210,10 @@ TEST(BaseText, LaterReplacementsCostTheirOwnLength) {
   EXPECT_EQ(list.len(100000), 201u);
   list.settle();
   EXPECT_EQ(list.poolBytes().size(), 200001u * 201u);
+  for (std::size_t size = 1; size < 2000000; size *= 2) {
+    list.setLater(1, std::string(size, 'g').c_str());  // and what grows does not pile up
+  }
+  EXPECT_EQ(list.len(1), 1048577u);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <cfloat>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -80,7 +81,8 @@ TEST(Format, OutputBeyondTheEstimateFits) {
   ROW("abcdefgh!", 11, "%S!", L"abcdefgh");
   ROW("5000000000x", 13, "%lld%s", 5000000000LL, "x");
   ROW("7 00007 x", 11, "%zu %05jd %s", std::size_t{7}, std::intmax_t{7}, "x");
-  ROW("0x1.8p+0 1.500000 x", 23, "%a %F %s", 1.5, 1.5, "x");
+  ROW("0x1.8p+0 1.500000 2.5 x", 28, "%a %F %.1LF %s", 1.5, 1.5, 2.5L, "x");
+  ROW("  -7 7 7 x", 12, "%*lld %td %qd %s", 4, -7LL, std::ptrdiff_t{7}, 7LL, "x");
   ROW("world hello", 13, "%2$s %1$s", "hello", "world");
   Str s;
   s.GetBuffer(250);

@@ -24,30 +24,19 @@ struct Model {
 
   int length() const { return static_cast<int>(text.size()); }
   void allocate(int n) { cap = n + n / 4; }
-  void assignString(const std::string& s) {
-    const int n = static_cast<int>(s.size());
-    if (n == 0) {
-      allocate(1);
-    } else if (cap < n) {
-      allocate(n);
-    }
+  // `spare`: characters beyond the text that a kept block must hold.
+  void assign(const std::string& s, int spare) {
     text = s;
-  }
-  void assignChars(const std::string& s) {
-    const int n = static_cast<int>(s.size());
-    if (n == 0) {
+    if (s.empty()) {
       allocate(1);
-    } else if (cap < n + 1) {
-      allocate(n);
+    } else if (cap < length() + spare) {
+      allocate(length());
     }
-    text = s;
   }
   void append(const std::string& s) {
-    if (!s.empty()) {
-      text += s;
-      if (length() >= cap) {
-        allocate(length());
-      }
+    text += s;
+    if (!s.empty() && length() >= cap) {
+      allocate(length());
     }
   }
 };
@@ -74,96 +63,85 @@ TEST(Krdstr, ConstructorsSizeTheirBlock) {
   EXPECT_TRUE(Str(nothing).IsEmpty());
 }
 
+void EditBoth(std::mt19937& random, Str& s, Model& model) {
+  const std::string piece(random() % (random() % 8 == 0 ? 60 : 6),
+                          static_cast<char>('a' + random() % 4));
+  const std::size_t n = random() % 12;
+  const auto size = static_cast<int>(n);
+  const std::string tail = model.text.substr(std::min(n, model.text.size()));
+  switch (random() % 12) {
+    case 0:
+      s = Str(piece.c_str());
+      model.assign(piece, 0);
+      break;
+    case 1:
+      s = piece.c_str();
+      model.assign(piece, 1);
+      break;
+    case 2:
+      s = 'b';
+      model.cap = std::max(model.cap, 2);
+      model.text = "b";
+      break;
+    case 3:
+      s += Str(piece.c_str());
+      model.append(piece);
+      break;
+    case 4:
+      s += 'c';
+      model.append("c");
+      break;
+    case 5:
+      s.Delete(size, 4);
+      model.text.erase(std::min(n, model.text.size()), 4);
+      break;
+    case 6:
+      s.Replace('a', 'z');
+      std::replace(model.text.begin(), model.text.end(), 'a', 'z');
+      break;
+    case 7:
+      s.ReleaseBuffer((s.GetBuffer(size * 4), std::min(size, s.size())));
+      if (model.cap < size * 4) {
+        model.allocate(size * 4);
+      }
+      model.text.resize(std::min(n, model.text.size()));
+      break;
+    case 8:
+      s += s;
+      model.append(std::string(model.text));
+      break;
+    case 9:
+      s += s.c_str() + model.text.size() - tail.size();
+      model.append(tail);
+      break;
+    case 10:
+      s = s.c_str() + model.text.size() - tail.size();
+      model.assign(tail, 1);
+      break;
+    default:
+      s.ConcatCopy(s.c_str(), s.size(), piece.c_str(), static_cast<int>(piece.size()));
+      model.text += piece;
+      if (!model.text.empty()) {
+        model.allocate(model.length());
+      }
+  }
+}
+
 TEST(Krdstr, RandomEditsFollowTheModel) {
   for (unsigned seed = 1; seed <= 40; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
     Str s;
     Model model;
     for (int step = 0; step < 400; ++step) {
-      std::string piece(static_cast<std::size_t>(below(below(8) == 0 ? 60 : 6)), 'a');
-      std::generate(piece.begin(), piece.end(), [&] { return static_cast<char>('a' + below(4)); });
-      const int n = below(12);
-      const char c = static_cast<char>('a' + below(4));
-      switch (below(14)) {
-        case 0:
-          s = Str(piece.c_str());
-          model.assignString(piece);
-          break;
-        case 1:
-          s = piece.c_str();
-          model.assignChars(piece);
-          break;
-        case 2:
-          s = c;
-          model.cap = std::max(model.cap, 2);
-          model.text = c;
-          break;
-        case 3:
-          s += Str(piece.c_str());
-          model.append(piece);
-          break;
-        case 4:
-          s += piece.c_str();
-          model.append(piece);
-          break;
-        case 5:
-          s += c;
-          model.append(std::string(1, c));
-          break;
-        case 6:
-          s.Delete(n, n / 2);
-          if (n < model.length()) {
-            model.text.erase(static_cast<std::size_t>(n), static_cast<std::size_t>(n / 2));
-          }
-          break;
-        case 7:
-          s.Replace(c, 'z');
-          std::replace(model.text.begin(), model.text.end(), c, 'z');
-          break;
-        case 8:
-          std::memcpy(s.GetBuffer(n * 4), piece.c_str(),
-                      std::min(piece.size() + 1, std::size_t{1}));
-          s = piece.c_str();
-          if (model.cap < n * 4) {
-            model.allocate(n * 4);
-          }
-          model.assignChars(piece);
-          break;
-        case 9:
-          s.ReleaseBuffer(std::min(n, model.length()));
-          model.text.resize(std::min(static_cast<std::size_t>(n), model.text.size()));
-          break;
-        case 10:
-          s += s;
-          model.append(std::string(model.text));
-          break;
-        case 11:
-          s = s.c_str() + std::min(n, model.length());
-          model.assignChars(
-              model.text.substr(std::min(static_cast<std::size_t>(n), model.text.size())));
-          break;
-        case 12:
-          s = Str(s.Mid(n, n));
-          model.assignString(model.length() > n ? model.text.substr(static_cast<std::size_t>(n),
-                                                                    static_cast<std::size_t>(n))
-                                                : "");
-          break;
-        default:
-          s.ConcatCopy(s.c_str(), s.size(), piece.c_str(), static_cast<int>(piece.size()));
-          if (!model.text.empty() || !piece.empty()) {
-            model.text += piece;
-            model.allocate(model.length());
-          }
-      }
-      ASSERT_STREQ(s.c_str(), model.text.c_str());
-      ASSERT_EQ(s.capacity(), model.cap);
-      ASSERT_EQ(s.size(), model.length());
-      if (model.length() > 300) {
+      if (s.size() > 300) {
         s.empty();
         model = Model();
       }
+      EditBoth(random, s, model);
+      ASSERT_STREQ(s.c_str(), model.text.c_str());
+      ASSERT_EQ(s.capacity(), model.cap);
+      ASSERT_EQ(s.size(), model.length());
     }
   }
 }
@@ -235,7 +213,9 @@ TEST(Krdstr, OrderIsThatOfUnsignedBytes) {
       EXPECT_EQ(Str(a) < Str(b), order < 0);
       EXPECT_EQ(Str(a) > Str(b), order > 0);
       EXPECT_EQ(Str(a) == Str(b), order == 0);
-      EXPECT_EQ(Str(a) != b, order != 0);
+      EXPECT_EQ(Str(a) == b, order == 0);
+      EXPECT_NE(Str(a) != b, order == 0);
+      EXPECT_NE(Str(a) != Str(b), order == 0);
     }
   }
   EXPECT_EQ(Str("Net").CompareNoCase("nET"), 0);
@@ -244,16 +224,13 @@ TEST(Krdstr, OrderIsThatOfUnsignedBytes) {
   EXPECT_EQ(Str().Compare(nullptr), 0);
 }
 
-TEST(Krdstr, SearchesSeeTheTerminator) {
+TEST(Krdstr, SearchesSeeTheTerminatorAndBothSeparators) {
   const Str s("a/b\\a");
   EXPECT_EQ(s.Find('a'), 0);
   EXPECT_EQ(s.ReverseFind('a'), 4);
   EXPECT_EQ(s.Find('x'), -1);
-  EXPECT_EQ(s.Find(0), 5);
+  EXPECT_EQ(s.Find(0), s.strlen());
   EXPECT_EQ(s.ReverseFind(0), 5);
-}
-
-TEST(Krdstr, FileNameIsBehindTheLastSeparator) {
   EXPECT_STREQ(Str("c:\\dir/name.txt").GetFileName(), "name.txt");
   EXPECT_STREQ(Str("name.txt").GetFileName(), "name.txt");
   EXPECT_STREQ(Str("dir\\").GetFileName(), "");
