@@ -146,7 +146,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     storage.Finish();
     for (const KRD::CONTAINER_DAMAGE& damage : KRD::CheckContainer(path.c_str())) {
-      if (damage.text != "in no directory") {  // may have come in with the input, and does no harm
+      // These come in with the input, do no harm, and stay in front of what a save writes.
+      if (damage.text != "in no directory" &&
+          damage.text != "the blocks take less than their place") {
         std::abort();
       }
     }
