@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "apps/common/errors.h"
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/font/hershey.h"
 #include "apps/kr/font/listing.h"
@@ -175,7 +174,7 @@ TEST(Compile, RefusalsNameTheLine) {
     try {
       CompileShp("*0,4,f\r\n9,3,0\r\n*65,4,a\r\n" + std::string(row.program), ShxLayout::kShapes);
       ADD_FAILURE() << row.program;
-    } catch (const kr_app::Failure& e) {
+    } catch (const std::runtime_error& e) {
       EXPECT_THAT(e.what(), testing::StartsWith(row.text)) << row.program;
     }
   }
@@ -188,12 +187,12 @@ TEST(Compile, RefusesFontsThatALayoutCannotHold) {
     wide += "014\n";
   }
   EXPECT_NO_THROW(CompileShp(wide + "0", ShxLayout::kShapes));
-  EXPECT_THROW(CompileShp(wide + "0", ShxLayout::kUnifont), kr_app::Failure);
+  EXPECT_THROW(CompileShp(wide + "0", ShxLayout::kUnifont), std::runtime_error);
   for (const std::string& source :
        {std::string(), std::string("text"), std::string("*65,3,a\n014,0"), head + "*08000,3,a\n0",
         head + "*0,3,a\n0", head + "*65,3,a,b\n0", head + "*65\n0", std::string("*0,4,f\n9,3\n"),
         std::string("*0,4,f\n0,3,0\n")}) {
-    EXPECT_THROW(CompileShp(source, ShxLayout::kShapes), kr_app::Failure) << source;
+    EXPECT_THROW(CompileShp(source, ShxLayout::kShapes), std::runtime_error) << source;
   }
 }
 
@@ -234,10 +233,10 @@ TEST(Hershey, DamageNamesTheGlyph) {
   for (const char* face : {"12345  1JZ\n12345  3JZRR", "12345  1JZ\n12345  0JZ", "12345  1JZ\n123",
                            "12345  1JZ\n12345  2JZ\x01R\n"}) {
     EXPECT_THAT([&] { kr_app::ImportHershey(face, "f"); },
-                testing::ThrowsMessage<kr_app::Failure>(testing::StartsWith("glyph 2: ")))
+                testing::ThrowsMessage<std::runtime_error>(testing::StartsWith("glyph 2: ")))
         << face;
   }
-  EXPECT_THROW(kr_app::ImportHershey("\n", "f"), kr_app::Failure);
+  EXPECT_THROW(kr_app::ImportHershey("\n", "f"), std::runtime_error);
 }
 
 TEST(Listing, InfoTellsFormNameAndCounts) {

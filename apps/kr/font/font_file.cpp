@@ -97,6 +97,9 @@ FontFile DescribeFontFile(std::string_view bytes) {
 }
 
 void LoadQuietly(kr::font& font, const std::string& path) {
+  if (!std::ifstream(path)) {
+    throw Failure(path + ": cannot be read");
+  }
   const bool loaded = Naming(path, [&] {
     const QuietOutput quiet;
     return font.LoadFile(path.c_str());
@@ -129,11 +132,12 @@ void WriteOutput(const std::string& path, std::string_view bytes) {
     return;
   }
   std::ofstream out(path, std::ios::binary);
+  const bool opened = out.is_open();
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   out.close();
   if (!out) {
     std::error_code ignored;
-    if (std::filesystem::is_regular_file(path, ignored)) {
+    if (opened && std::filesystem::is_regular_file(path, ignored)) {
       std::filesystem::remove(path, ignored);
     }
     throw Failure(path + ": cannot be written");

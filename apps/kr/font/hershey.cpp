@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <stdexcept>
 #include <vector>
 
 #include "krdcmmn/host/codepage.h"
-
-#include "apps/common/errors.h"
 
 namespace kr_app {
 
@@ -78,7 +77,7 @@ class FaceReader {
 
  private:
   [[noreturn]] void Fail(const char* text) const {
-    throw Failure("glyph " + std::to_string(number_) + ": " + text);
+    throw std::runtime_error("glyph " + std::to_string(number_) + ": " + text);
   }
   void SkipLineEnds() {
     rest_.remove_prefix(std::min(rest_.find_first_not_of("\r\n"), rest_.size()));
@@ -213,7 +212,7 @@ HersheyFont ImportHershey(std::string_view jhf, std::string_view name) {
     glyphs.push_back(glyph);
   }
   if (glyphs.empty()) {
-    throw Failure("no glyphs");
+    throw std::runtime_error("no glyphs");
   }
   const int above = std::max(1, Extent(glyphs, 'A', 'Z', [](Point p) { return p.y; }));
   const int below = Extent(glyphs, 'a', 'z', [](Point p) { return -p.y; });

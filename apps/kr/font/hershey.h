@@ -15,7 +15,7 @@ struct HersheyFont {
 // The glyphs of the face become the characters from the blank on: to 127 by their numbers, above
 // by the characters that the ANSI code page has there. The baseline is 0, the font's height above
 // it that of the tallest capital, below it that of the deepest small letter. `name` is the font's
-// name. Throws Failure: "glyph 3: ...".
+// name. Throws std::runtime_error: "glyph 3: ...".
 HersheyFont ImportHershey(std::string_view jhf, std::string_view name);
 
 }  // namespace kr_app

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <stdexcept>
 
-#include "apps/common/errors.h"
 #include "apps/kr/font/shp_scanner.h"
 
 namespace kr_app {
@@ -314,7 +314,7 @@ CompiledFont CompileShp(std::string_view source, ShxLayout layout) {
     shapes.push_back(std::move(shape));
   }
   if (shapes_layout && shapes.size() >= kShapesMax) {
-    throw Failure("more than 65534 shapes");
+    throw std::runtime_error("more than 65534 shapes");
   }
   font.bytes =
       shapes_layout ? ShapesFile(name, metrics, shapes) : UnifontFile(name, metrics, shapes);

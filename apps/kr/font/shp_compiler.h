@@ -18,7 +18,7 @@ struct CompiledFont {
   std::vector<std::string> warnings;
 };
 
-// Throws Failure: "line 12: ...".
+// Throws std::runtime_error: "line 12: ...".
 CompiledFont CompileShp(std::string_view source, ShxLayout layout);
 
 }  // namespace kr_app

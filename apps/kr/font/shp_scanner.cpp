@@ -1,6 +1,6 @@
 #include "apps/kr/font/shp_scanner.h"
 
-#include "apps/common/errors.h"
+#include <stdexcept>
 
 namespace kr_app {
 
@@ -97,7 +97,7 @@ void ScanLine(std::string_view line, int number, int& groups, std::vector<ShpTok
 }  // namespace
 
 void FailAtLine(int line, const std::string& text) {
-  throw Failure("line " + std::to_string(line) + ": " + text);
+  throw std::runtime_error("line " + std::to_string(line) + ": " + text);
 }
 
 std::vector<ShpRecord> ScanShp(std::string_view source) {
@@ -115,7 +115,7 @@ std::vector<ShpRecord> ScanShp(std::string_view source) {
     }
   }
   if (records.empty()) {
-    throw Failure("no font header");
+    throw std::runtime_error("no font header");
   }
   return records;
 }

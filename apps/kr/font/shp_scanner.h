@@ -24,7 +24,7 @@ struct ShpRecord {
 };
 
 // The records in order, the font header first. Comments ahead of the first are passed over. Throws
-// Failure with a line for what is no source.
+// std::runtime_error with a line for what is no source.
 std::vector<ShpRecord> ScanShp(std::string_view source);
 
 [[noreturn]] void FailAtLine(int line, const std::string& text);
