@@ -11,10 +11,12 @@ namespace kr_app {
 
 void AddFont(CLI::App& kr);
 void AddVfs(CLI::App& kr);
+void AddXml(CLI::App& kr);
 
 inline constexpr void (*kCommands[])(CLI::App&) = {
     AddVfs,
     AddFont,
+    AddXml,
 };
 
 }  // namespace kr_app
