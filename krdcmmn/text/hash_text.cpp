@@ -50,11 +50,11 @@ HASH_TEXT_NOCASE::~HASH_TEXT_NOCASE() = default;
 std::uint32_t HASH_TEXT::HashOf(const char* begin, const char* end) const {
   std::uint32_t h = kSeed;
   if (ignoreCase) {
-    for (const char* p = begin; p != end; ++p) {
+    for (const char* p = begin; p < end; ++p) {
       h = Mix(h, Upper(*p));
     }
   } else {
-    for (const char* p = begin; p != end; ++p) {
+    for (const char* p = begin; p < end; ++p) {
       h = Mix(h, *p);
     }
   }
