@@ -10,6 +10,7 @@ class App;
 namespace kr_app {
 
 void AddFont(CLI::App& kr);
+void AddText(CLI::App& kr);
 void AddVfs(CLI::App& kr);
 void AddXml(CLI::App& kr);
 
@@ -17,6 +18,7 @@ inline constexpr void (*kCommands[])(CLI::App&) = {
     AddVfs,
     AddFont,
     AddXml,
+    AddText,
 };
 
 }  // namespace kr_app
