@@ -10,7 +10,7 @@ namespace KRD {
 namespace {
 
 // Sizes of the argument of a number, from the prefix in front of the conversion.
-enum class LENGTH { kInt, kLong, kLongLong, kInt64, kIntMax, kSize, kPtrDiff };
+enum class LENGTH { kInt, kLong, kLongLong, kIntMax, kSize, kPtrDiff };
 
 constexpr std::int64_t kMostWidth = 0x7fffffff;
 
@@ -129,7 +129,7 @@ class SCANNER {
     if (std::strncmp(p_, "I64", 3) == 0) {
       if (IsOneOf(p_[3], "diouxXn")) {
         Emit("ll", 2);
-        length_ = LENGTH::kInt64;
+        length_ = LENGTH::kLongLong;
       } else if (!IsOneOf(p_[3], "cCeEfgGpsS")) {
         Emit(p_, 3);
       }
@@ -267,9 +267,6 @@ class SCANNER {
         break;
       case LENGTH::kLongLong:
         Next<long long>();
-        break;
-      case LENGTH::kInt64:
-        Next<std::int64_t>();
         break;
       case LENGTH::kIntMax:
         Next<std::intmax_t>();

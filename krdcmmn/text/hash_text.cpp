@@ -5,7 +5,6 @@
 #include <functional>
 #include <utility>
 
-#include "krdcmmn/core/exception.h"
 #include "krdcmmn/platform/codepage.h"
 
 namespace KRD {
@@ -179,7 +178,7 @@ void HASH_TEXT::Build(int size) const {
     if (!filledInPlace_) {
       ids_.prepare(count);
     }
-  } catch (EXCEPTION*) {
+  } catch (...) {
     buckets.empty();
     throw;
   }

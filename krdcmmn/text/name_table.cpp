@@ -49,7 +49,7 @@ short _NAME_TABLE::hash(const char* name) const {
   }
   std::uint32_t h = 0;
   for (; *name != 0; ++name) {
-    const auto byte = static_cast<std::uint32_t>(static_cast<signed char>(*name));
+    const auto byte = static_cast<std::uint32_t>(std::int32_t{static_cast<signed char>(*name)});
     h = ((byte + h) << 8) % count;
   }
   return static_cast<short>(h);

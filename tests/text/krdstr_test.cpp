@@ -135,7 +135,7 @@ TEST(Krdstr, BlocksGrowAndGoBackAtTheirLimits) {
   EXPECT_STR(s, "abcd", 5);
   s += static_cast<const char*>(nullptr);
   EXPECT_STR(s, "abcd", 5);
-  std::strcpy(s.GetBuffer(10), "abc");
+  std::memcpy(s.GetBuffer(10), "abc", 4);
   s.ReleaseBuffer(-1);
   EXPECT_STR(s, "abc", 12);
   std::memset(s.GetBuffer(12), 'z', 12);
