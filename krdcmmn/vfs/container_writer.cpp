@@ -71,9 +71,12 @@ class CONTAINER_WRITER {
   void load() {
     for (unsigned i = dirty_; i < keep_.nElem; ++i) {
       virt_file& record = *keep_.entries_[i];
-      if (record.state == virt_file::kSaved && record.nElem != 0 && !record.inMemory()) {
-        record.load(host_);
-        loaded_.push_back(&record);
+      if (record.state == virt_file::kSaved && record.nElem != 0) {
+        if (!record.inMemory()) {
+          record.load(host_);
+          loaded_.push_back(&record);
+        }
+        record.posC() = kContentBytes;  // as every opening leaves it
       }
     }
   }

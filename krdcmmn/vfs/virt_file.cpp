@@ -280,6 +280,7 @@ int virt_file::r_open(void* host) {
     damaged_ = false;
   }
   first_before_reading_ = first();
+  last_before_reading_ = last();
   posC() = kContentBytes;
   return 0;
 }
@@ -292,6 +293,7 @@ int virt_file::r_close() {
   damaged_ = false;
   if (only_copy_) {
     first() = first_before_reading_;
+    last() = last_before_reading_;
     state = kClosed;
     return unread;
   }

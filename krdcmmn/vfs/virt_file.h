@@ -149,6 +149,7 @@ class KRDCMMN_API virt_file : public MARRAY {
 
   std::unique_ptr<EXTRAS> extras_;  // linked arrays and the kept packed form, when there are any
   int first_before_reading_ = -1;
+  int last_before_reading_ = -1;
   bool only_copy_ = false;  // saved once, but its place in the host file may be overwritten
   bool damaged_ = false;    // could not be loaded
 };
