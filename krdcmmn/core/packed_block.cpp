@@ -25,7 +25,37 @@ constexpr int kDamagedBlock = 3;
 // them wait for the last one's stream to be found whole, as long as this is not too much.
 constexpr std::size_t kPackScratch = std::size_t{2} << 20;
 constexpr std::size_t kUnpackScratch = std::size_t{8} << 20;
+constexpr std::size_t kMostKept = std::size_t{4} << 20;
 constexpr std::size_t kMaxPayload = 1000000000;  // what one array of bytes may hold
+
+// Fresh pages cost more than the work on them, so each thread keeps its last scratch.
+struct KeptScratch {
+  HeapBytes bytes;
+  std::size_t size = 0;
+};
+thread_local KeptScratch kept_scratch;
+
+class Scratch {
+ public:
+  explicit Scratch(std::size_t size) : held_(std::exchange(kept_scratch, {})) {
+    if (held_.size < size) {
+      held_.bytes.reset();
+      held_ = {AllocateBytes(size), size};
+    }
+  }
+  ~Scratch() {
+    if (held_.size <= kMostKept) {
+      kept_scratch = std::move(held_);
+    }
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  char* get() const { return held_.bytes.get(); }
+
+ private:
+  KeptScratch held_;
+};
 
 // A stretch of planes at a time, copied out of the elements or waiting to go into them.
 class PlaneGroup {
@@ -33,7 +63,7 @@ class PlaneGroup {
   PlaneGroup(std::size_t count, std::size_t stride, std::size_t scratch)
       : count_(count),
         planes_(std::clamp(std::max(scratch, count * stride / 4) / count, std::size_t{1}, stride)),
-        bytes_(AllocateBytes(count_ * planes_)) {}
+        bytes_(count_ * planes_) {}
 
   // Planes from `first` on that go together in a stride of `stride`.
   std::size_t size(std::size_t first, std::size_t stride) const {
@@ -51,7 +81,7 @@ class PlaneGroup {
  private:
   std::size_t count_;
   std::size_t planes_;
-  HeapBytes bytes_;
+  Scratch bytes_;
 };
 
 // A block's bytes while they come into being: grows, and never holds fresh memory in plenty, which

@@ -3,7 +3,7 @@
 // block of byte planes.
 //
 // Beside the result the work takes a scratch of 8 MB at most, or a quarter of a larger array (one
-// plane of it, if that is more).
+// plane of it, if that is more). Each thread keeps up to 4 MB of it for the next time.
 #pragma once
 
 #include <cstddef>

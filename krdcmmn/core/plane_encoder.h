@@ -332,7 +332,7 @@ class PlaneEncoder {
     return condition;
   }
   [[gnu::always_inline]] static unsigned Choose(unsigned condition, unsigned yes, unsigned no) {
-    return no ^ ((no ^ yes) & (0 - Flag(condition)));
+    return no ^ ((no ^ yes) & (0 - condition));
   }
   [[gnu::always_inline]] bool isStep(int d) const { return d == step0_ || d == step1_; }
 
