@@ -11,6 +11,7 @@ namespace kr_app {
 
 void AddFont(CLI::App& kr);
 void AddText(CLI::App& kr);
+void AddSheet(CLI::App& kr);
 void AddVfs(CLI::App& kr);
 void AddXml(CLI::App& kr);
 
@@ -19,6 +20,7 @@ inline constexpr void (*kCommands[])(CLI::App&) = {
     AddFont,
     AddXml,
     AddText,
+    AddSheet,
 };
 
 }  // namespace kr_app

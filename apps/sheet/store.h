@@ -1,0 +1,54 @@
+// A container of drawings (.krd): a storage with one entry a drawing, under its full name.
+// docs/krd-format.md describes the bytes.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "krdcmmn/vfs/vfstorage.h"
+
+#include "apps/sheet/model.h"
+
+namespace kr_sheet {
+
+class SheetStore final : public KRD::VFSTORAGE {
+ public:
+  enum class Access { kRead, kWrite };
+  // Opens `path`; kWrite makes a container where there is no file, or an empty one. Throws
+  // kr_app::Failure, which names the file and what is wrong with it.
+  SheetStore(const std::string& path, Access access);
+  ~SheetStore();
+
+  // What the container holds, in the order of the names' bytes.
+  struct Entry {
+    int index;  // in the storage's table
+    std::string name;
+    std::string damage;  // why it cannot be read; the name is the table's then
+  };
+  std::vector<Entry> list();
+
+  // The drawing of an entry, its indices all checked. Throws Failure for a damaged one.
+  std::unique_ptr<Drawing> load(const Entry& entry);
+  // The drawing of that full name; null when there is none.
+  std::unique_ptr<Drawing> load(const std::string& name);
+  // Puts the drawing in the place of one with its name; its arrays are moved into the storage and
+  // are empty afterwards.
+  void put(Drawing& drawing);
+  // Saves. Throws Failure.
+  void commit();
+
+  bool ReadHeader(std::int32_t size) override;
+  bool WriteHeader() override;
+  std::int32_t GetHeaderSize() override;
+
+ private:
+  std::string nameAt(int index);
+  int find(const std::string& name);
+
+  std::string path_;
+  bool created_ = false;                            // not committed yet
+  std::vector<std::pair<int, std::string>> added_;  // by index: not to be read before the commit
+};
+
+}  // namespace kr_sheet
