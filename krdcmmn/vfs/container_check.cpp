@@ -51,8 +51,9 @@ class CONTAINER_CHECK {
       add(-1, "the owner's header does not fit in front of the table");
     } else if (table_pos_ > size_ - kFirstRootBytes) {
       add(-1, "the table lies behind the end of the file");
-    } else if (records_ > size_) {
-      add(-1, "the table counts more entries than the file has bytes");
+    } else if (std::int64_t{records_} >
+               (table_pos_ - kHeaderBytes - header_size_) / kLeastBlockBytes) {
+      add(-1, "the table counts more entries than there are contents");
     } else {
       return true;
     }

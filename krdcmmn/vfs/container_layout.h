@@ -79,6 +79,9 @@ inline constexpr Field kContent[] = {
 inline constexpr int kContentBytes = 8;
 static_assert(TiledSize(kContent) == kContentBytes);
 
+// The least that an entry's blocks take: those of a content of the two words alone.
+inline constexpr int kLeastBlockBytes = 9;
+
 // A link to an array, at any offset of a content.
 enum LinkField { kNext, kLinkCount, kLinkMaxCount, kLinkData, kLinkElementSize, kLinkIndexSize,
                  kLinkPageKept };

@@ -97,7 +97,7 @@ bool VFSTORAGE::Start(const char* name, bool write, bool create, bool exclusive)
     return true;
   }
   try {
-    return load(info.st_size);
+    return load();
   } catch (EXCEPTION*) {
     abandonTable();
     throw;
@@ -113,7 +113,7 @@ void VFSTORAGE::abandonTable() {
   keep.file = INVALID_HANDLE_VALUE;
 }
 
-bool VFSTORAGE::load(std::int32_t size) {
+bool VFSTORAGE::load() {
   const std::int32_t header_size = ReadWord(file);
   const auto records = static_cast<std::uint32_t>(ReadWord(file));
   const std::int32_t table_pos = ReadWord(file);
@@ -123,8 +123,8 @@ bool VFSTORAGE::load(std::int32_t size) {
     return false;
   }
   Require(header_size >= 0 && table_pos >= kHeaderBytes && header_size <= table_pos - kHeaderBytes);
-  // Every entry has a content of its own, so the file has more bytes than entries.
-  Require(records <= static_cast<std::uint32_t>(size) || records > kMaxRecords);
+  const int room = table_pos - kHeaderBytes - header_size;
+  Require(records <= static_cast<std::uint32_t>(room / kLeastBlockBytes) || records > kMaxRecords);
   keep.setNElem(records);
   keep.RestKeep(file, table_pos);
   Require(records == 0 || keep.entry(0).filePos >= kHeaderBytes + header_size);

@@ -124,7 +124,7 @@ class KRDCMMN_API VFSTORAGE {
   KRDSTR path;
 
  private:
-  bool load(std::int32_t size);
+  bool load();
   void abandonTable();
 };
 
