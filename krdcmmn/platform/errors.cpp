@@ -258,7 +258,8 @@ class Builder {
   }
 
   void ShowNumber(const Spec& spec) {
-    std::string format = "%" + spec.flags + "*";
+    std::string format("%");
+    format.append(spec.flags).append("*");
     if (spec.precision >= 0) {
       format += "." + std::to_string(spec.precision);
     }
