@@ -1,39 +1,16 @@
 #include "apps/sheet/model.h"
 
 #include <algorithm>
-#include <limits>
+#include <cmath>
+#include <numbers>
+#include <utility>
 
 #include "krdcmmn/platform/gdi.h"
 
+#include "apps/sheet/bounds.h"
+
 namespace kr_sheet {
 namespace {
-
-constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-
-std::int32_t Clamped(std::int64_t v) {
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(v, kLeast, kMost));
-}
-
-class Box {
- public:
-  void add(KRD::DOT p, std::int64_t around = 0) {
-    left_ = std::min<std::int64_t>(left_, p.x - around);
-    right_ = std::max<std::int64_t>(right_, p.x + around);
-    bottom_ = std::min<std::int64_t>(bottom_, p.y - around);
-    top_ = std::max<std::int64_t>(top_, p.y + around);
-  }
-  bool any() const { return left_ <= right_; }
-  KRD::LTRB get() const {
-    return {Clamped(left_), Clamped(top_), Clamped(right_), Clamped(bottom_)};
-  }
-
- private:
-  std::int64_t left_ = std::numeric_limits<std::int64_t>::max();
-  std::int64_t right_ = std::numeric_limits<std::int64_t>::min();
-  std::int64_t bottom_ = std::numeric_limits<std::int64_t>::max();
-  std::int64_t top_ = std::numeric_limits<std::int64_t>::min();
-};
 
 // Whether the ray from `c` through `p` lies anticlockwise between those through `from` and `to`.
 bool InSweep(const Arc& arc, std::int64_t dx, std::int64_t dy) {
@@ -49,47 +26,13 @@ bool InSweep(const Arc& arc, std::int64_t dx, std::int64_t dy) {
   return cross(fx, fy, tx, ty) >= 0 ? after_from && before_to : after_from || before_to;
 }
 
-void Grow(Box& box, const Drawing&, const Point& e) {
-  box.add(e.at);
-}
-void Grow(Box& box, const Drawing&, const Line& e) {
-  box.add(e.from);
-  box.add(e.to);
-}
-void Grow(Box& box, const Drawing&, const Circle& e) {
-  box.add(e.centre, e.radius);
-}
-void Grow(Box& box, const Drawing&, const Arc& e) {
-  box.add(e.from);
-  box.add(e.to);
-  constexpr int kSides[4][2] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
-  for (const auto& side : kSides) {
-    if (InSweep(e, side[0], side[1])) {
-      box.add({Clamped(e.centre.x + std::int64_t{side[0]} * e.radius),
-               Clamped(e.centre.y + std::int64_t{side[1]} * e.radius)});
-    }
-  }
-}
-void Grow(Box& box, const Drawing&, const Track& e) {
-  box.add(e.from, e.width / 2);
-  box.add(e.to, e.width / 2);
-}
-void Grow(Box& box, const Drawing& d, const Polygon& e) {
-  for (std::int32_t i = 0; i < e.count; ++i) {
-    box.add(d.corners[static_cast<unsigned>(e.first + i)]);
-  }
-}
-void Grow(Box& box, const Drawing&, const Text& e) {
-  box.add(e.at, e.height);
-}
-
 bool PenSeen(const Drawing& d, std::int32_t pen) {
   const Pen& p = d.pens[static_cast<unsigned>(pen)];
   return (d.layers[static_cast<unsigned>(p.layer)].flags & kLayerHidden) == 0;
 }
 
-Box BoxOf(const Drawing& d, bool hidden_too) {
-  Box box;
+Bounds BoxOf(const Drawing& d, bool hidden_too) {
+  Bounds box;
   ForEachKind(d, [&](const char*, const auto& elements) {
     for (const auto& e : elements) {
       if (hidden_too || PenSeen(d, e.pen)) {
@@ -134,6 +77,87 @@ bool Sound(const Drawing& d, const Text& e) {
 
 }  // namespace
 
+void Grow(Bounds& box, const Drawing&, const Point& e) {
+  box.add(e.at);
+}
+void Grow(Bounds& box, const Drawing&, const Line& e) {
+  box.add(e.from);
+  box.add(e.to);
+}
+void Grow(Bounds& box, const Drawing&, const Circle& e) {
+  box.add(e.centre, e.radius);
+}
+void Grow(Bounds& box, const Drawing&, const Arc& e) {
+  box.add(e.from);
+  box.add(e.to);
+  constexpr int kSides[4][2] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
+  for (const auto& side : kSides) {
+    if (InSweep(e, side[0], side[1])) {
+      box.add({Clamped(e.centre.x + std::int64_t{side[0]} * e.radius),
+               Clamped(e.centre.y + std::int64_t{side[1]} * e.radius)});
+    }
+  }
+}
+void Grow(Bounds& box, const Drawing&, const Track& e) {
+  box.add(e.from, e.width / 2);
+  box.add(e.to, e.width / 2);
+}
+void Grow(Bounds& box, const Drawing& d, const Polygon& e) {
+  for (std::int32_t i = 0; i < e.count; ++i) {
+    box.add(d.corners[static_cast<unsigned>(e.first + i)]);
+  }
+}
+namespace {
+
+struct TextSize {
+  std::int64_t letters = 0;  // of the longest line, in bytes
+  std::int64_t lines = 1;
+};
+
+TextSize SizeOf(const char* text) {
+  TextSize size;
+  std::int64_t letters = 0;
+  for (; *text != '\0'; ++text) {
+    // Bytes that continue a character are no letters.
+    letters += (static_cast<unsigned char>(*text) & 0xc0) != 0x80;
+    if (*text == '\n') {
+      ++size.lines;
+      letters = 0;
+    }
+    size.letters = std::max(size.letters, letters);
+  }
+  return size;
+}
+
+}  // namespace
+
+// Fonts differ, so this is a guess at how far a text reaches: letters nearly as wide as high, and
+// lines one and two thirds apart.
+void Grow(Bounds& box, const Drawing& d, const Text& e) {
+  constexpr double kLetter = 0.8;
+  constexpr double kLine = 1.67;
+  const TextSize size = SizeOf(d.texts(static_cast<unsigned>(e.text)));
+  const double w = kLetter * static_cast<double>(size.letters) * e.height * e.width_factor / 1000 *
+                   (e.mirrored != 0 ? -1 : 1);
+  const double h = e.height * (1 + kLine * static_cast<double>(size.lines - 1));
+  const double left = -w * (e.align % 3) / 2;
+  const double bottom = -h * (2 - e.align / 3) / 2;
+  const double angle = e.angle * std::numbers::pi / 1800;
+  for (const auto& [x, y] : {std::pair(left, bottom), std::pair(left + w, bottom),
+                             std::pair(left, bottom + h), std::pair(left + w, bottom + h)}) {
+    box.add({KRD::RoundHalfAway(e.at.x + x * std::cos(angle) - y * std::sin(angle)),
+             KRD::RoundHalfAway(e.at.y + x * std::sin(angle) + y * std::cos(angle))});
+  }
+}
+
+void Cover(Bounds& box, const Drawing& d, const Text& e) {
+  const TextSize size = SizeOf(d.texts(static_cast<unsigned>(e.text)));
+  constexpr double kWidest = 4;
+  const double reach = kWidest * e.height * static_cast<double>(size.letters + size.lines) *
+                       std::max(1.0, e.width_factor / 1000.0);
+  box.add(e.at, KRD::RoundHalfAway(reach));
+}
+
 bool TextTable::sound() const {
   if (offsets.count() == 0 || offsets[0] != 0 ||
       static_cast<std::int64_t>(pool.count()) != offsets[offsets.count() - 1]) {
@@ -155,7 +179,7 @@ std::uint64_t Drawing::count() const {
 }
 
 bool Drawing::extents(KRD::LTRB& box) const {
-  Box sum = BoxOf(*this, false);
+  Bounds sum = BoxOf(*this, false);
   if (!sum.any()) {
     sum = BoxOf(*this, true);
   }

@@ -1,5 +1,6 @@
 // kr sheet: drawings in a container.
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <memory>
 
 #include "apps/kr/commands.h"
@@ -13,7 +14,66 @@ struct Arguments {
   std::string store;
   std::string units;
   kr_sheet::ImportOptions import;
+  DrawOptions draw;
+  std::string size;
+  std::string background = "white";
+  bool fit = false;
+  int columns = 8;
 };
+
+// "WxH" with both from 1 to 32767.
+bool ParseSize(const std::string& text, int& width, int& height) {
+  constexpr int kMost = 32767;
+  int end = 0;
+  return std::sscanf(text.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
+         static_cast<std::size_t>(end) == text.size() && width >= 1 && width <= kMost &&
+         height >= 1 && height <= kMost;
+}
+
+// What both ways of drawing take.
+void AddPictureOptions(CLI::App* command, const std::shared_ptr<Arguments>& a) {
+  command->add_option("STORE", a->store, "The container")->required();
+  command
+      ->add_option("-o,--output", a->draw.output, "The picture, a PNG file; - for standard output")
+      ->required();
+  command->add_option("--size", a->size, "Pixels, as WIDTHxHEIGHT (1600x1200)")
+      ->check([a](const std::string& text) {
+        return ParseSize(text, a->draw.width, a->draw.height) ? "" : "not a size as 1600x1200";
+      });
+  command->add_option("--background", a->background, "white, black or #rrggbb")
+      ->check([a](const std::string& text) {
+        return ParseColour(text, a->draw.background) ? "" : "not white, black or #rrggbb";
+      });
+  command->add_option("--font", a->draw.font,
+                      "A font file, .shx or .shp, for the texts instead of the built-in one");
+}
+
+void AddDraw(CLI::App* sheet, const std::shared_ptr<Arguments>& a) {
+  CLI::App* draw = sheet->add_subcommand("draw", "Draw a drawing into a picture");
+  AddPictureOptions(draw, a);
+  draw->add_option("NAME", a->draw.name, "The drawing; not needed where there is but one");
+  auto* rect = draw->add_option("--rect", a->draw.box, "What to show: left,top,right,bottom in mm")
+                   ->delimiter(',')
+                   ->expected(4);
+  draw->add_flag("--fit", a->fit, "Show all of the drawing; this is so without --rect")
+      ->excludes(rect);
+  draw->footer(
+      "Examples:\n"
+      "  kr sheet draw plans.krd house -o house.png --size 2400x1800\n"
+      "  kr sheet draw plans.krd house -o door.png --rect 0,2000,1500,0 --background black");
+  draw->callback([a] { SheetDraw(a->store, a->draw); });
+
+  CLI::App* contact = sheet->add_subcommand("contact", "Draw many drawings into one picture");
+  AddPictureOptions(contact, a);
+  contact->add_option("PART", a->files, "Parts of the drawings' names; without any, all");
+  contact
+      ->add_option("--columns", a->columns,
+                   "Drawings side by side; a cell has that part of the size")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  contact->footer("Examples:\n  kr sheet contact parts.krd -o parts.png --columns 12 pump valve");
+  contact->callback([a] { SheetContact(a->store, a->files, a->draw, a->columns); });
+}
 
 void AddImport(CLI::App* sheet, const std::shared_ptr<Arguments>& a) {
   CLI::App* import = sheet->add_subcommand(
@@ -52,8 +112,10 @@ void AddSheet(CLI::App& kr) {
   sheet->footer(
       "Examples:\n"
       "  kr sheet import parts/*.dxf -o parts.krd\n"
-      "  kr sheet ls parts.krd");
+      "  kr sheet ls parts.krd\n"
+      "  kr sheet draw parts.krd pump -o pump.png");
   AddImport(sheet, arguments);
+  AddDraw(sheet, arguments);
 
   CLI::App* ls = sheet->add_subcommand("ls", "List the drawings of a container");
   ls->add_option("STORE", arguments->store, "The container")->required();

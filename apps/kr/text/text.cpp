@@ -14,7 +14,7 @@
 #include "apps/kr/commands.h"
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/text/forms.h"
-#include "apps/kr/text/slots.h"
+#include "apps/common/slots.h"
 
 namespace kr_app {
 

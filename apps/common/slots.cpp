@@ -1,4 +1,4 @@
-#include "apps/kr/text/slots.h"
+#include "apps/common/slots.h"
 
 #include <algorithm>
 #include <cstdio>
