@@ -8,7 +8,7 @@
 #include "krdcmmn/xml/message_container.h"
 
 #include "tests/support/program.h"
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 

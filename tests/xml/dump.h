@@ -1,15 +1,10 @@
-// A tree as one line of text, and what tests of the XML room share.
+// A tree as one line of text.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <string>
-#include <utility>
 
 #include "krdcmmn/xml/document.h"
-#include "krdcmmn/xml/parse.h"
-#include "krdcmmn/xml/write.h"
-
-#include "tests/support/temp_dir.h"
 
 namespace krtest {
 
@@ -66,41 +61,6 @@ inline std::string Dump(const kr::XmlDocument& doc, Places places = Places::kNo)
   std::string out;
   DumpChildren(doc.Root(), places, out);
   return *doc.Root().data() == '\0' ? out : out + " root:\"" + doc.Root().data() + "\"";
-}
-
-// Parses and gives the parser's verdict; what it prints is dropped.
-inline bool Parse(const std::string& text, kr::XmlDocument& doc) {
-  testing::internal::CaptureStdout();
-  bool parsed = false;
-  try {
-    parsed = kr::ParseXMLString(text.data(), static_cast<int>(text.size()), doc);
-  } catch (...) {
-    testing::internal::GetCapturedStdout();
-    throw;
-  }
-  testing::internal::GetCapturedStdout();
-  return parsed;
-}
-
-// The parser keeps text that a rejected parse left unused; this takes it away.
-inline void ForgetText() {
-  kr::XmlDocument doc;
-  Parse("<a/>", doc);
-}
-
-inline std::string Parsed(const std::string& text, Places places = Places::kNo) {
-  kr::XmlDocument doc;
-  const bool parsed = Parse(text, doc);
-  if (!parsed) {
-    ForgetText();
-  }
-  return (parsed ? "" : "rejected: ") + Dump(doc, places);
-}
-
-inline std::string Written(const kr::XmlDocument& doc) {
-  const TempDir dir;
-  EXPECT_TRUE(kr::WriteXMLDocument(dir.file("out.xml").c_str(), doc));
-  return ReadBytes(dir.file("out.xml"));
 }
 
 }  // namespace krtest

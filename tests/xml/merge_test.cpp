@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 

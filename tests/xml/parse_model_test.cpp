@@ -8,7 +8,7 @@
 
 #include "krdcmmn/host/codepage.h"
 
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 

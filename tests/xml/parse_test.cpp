@@ -13,7 +13,7 @@
 #include "krdcmmn/platform/memory.h"
 #include "krdcmmn/platform/modules.h"
 
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "krdcmmn/platform/errors.h"
 #include "krdcmmn/platform/files.h"
 
-#include "tests/xml/dump.h"
+#include "tests/xml/parsed.h"
 
 namespace {
 
