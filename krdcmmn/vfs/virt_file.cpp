@@ -20,7 +20,7 @@ STREAM_INT::operator int() const {
   return address_ == nullptr ? -1 : LoadI32(address_);
 }
 
-const STREAM_INT& STREAM_INT::operator=(int value) const {
+STREAM_INT& STREAM_INT::operator=(int value) {
   if (address_ != nullptr) {
     StoreI32(address_, value);
   }

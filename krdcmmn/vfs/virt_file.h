@@ -27,9 +27,10 @@ class KRDCMMN_API STREAM_INT {
   explicit STREAM_INT(char* address) : address_(address) {}
   STREAM_INT(const STREAM_INT&) = default;
   operator int() const;
-  const STREAM_INT& operator=(int value) const;
-  const STREAM_INT& operator=(const STREAM_INT& other) const { return *this = int{other}; }
-  const STREAM_INT& operator+=(int value) const { return *this = int{*this} + value; }
+  STREAM_INT& operator=(int value);
+  // Assigns the int, not the place. NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
+  STREAM_INT& operator=(const STREAM_INT& other) { return *this = int{other}; }
+  STREAM_INT& operator+=(int value) { return *this = int{*this} + value; }
 
  private:
   char* address_;

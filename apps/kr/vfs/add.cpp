@@ -102,8 +102,9 @@ class Adder {
     } catch (const Failure& failure) {
       complaints_.add(failure.what());
     }
+    const std::string prefix = path.back() == '/' ? path : path + '/';
     for (const std::string& name : names) {
-      addEntry(path.back() == '/' ? path + name : path + '/' + name, name, directory, level + 1);
+      addEntry(std::string(prefix).append(name), name, directory, level + 1);
     }
   }
 
@@ -112,6 +113,14 @@ class Adder {
   HostEntry own_;
   Progress progress_;
 };
+
+int EntryToRemove(FileStore& store, const std::string& name) {
+  const auto entry = store.find(name);
+  if (!entry || entry->index < 0) {
+    throw Failure(store.name() + ": no entry \"" + name + "\"; nothing was removed");
+  }
+  return entry->index;
+}
 
 }  // namespace
 
@@ -134,11 +143,7 @@ void VfsAdd(const std::string& store_path, const std::vector<std::string>& paths
 void VfsRemove(const std::string& store_path, const std::vector<std::string>& names) {
   FileStore store(store_path, FileStore::Access::kChange);
   for (const std::string& name : names) {
-    const auto entry = store.find(name);
-    if (!entry || entry->index < 0) {
-      throw Failure(store_path + ": no entry \"" + name + "\"; nothing was removed");
-    }
-    store.remove(entry->index);
+    store.remove(EntryToRemove(store, name));
   }
   store.commit();
 }

@@ -103,9 +103,11 @@ void VfsCheck(const std::string& store_path) {
     }
   }
   for (const KRD::CONTAINER_DAMAGE& damage : damages) {
-    const std::string entry =
-        damage.entry < 0 ? "" : (files ? files->nameOf(damage) : damage.name) + ": ";
-    complaints.add(store_path + ": " + entry + damage.text);
+    std::string text = store_path + ": ";
+    if (damage.entry >= 0) {
+      text.append(files ? files->nameOf(damage) : damage.name).append(": ");
+    }
+    complaints.add(text.append(damage.text));
   }
   complaints.finish(store_path);
   std::printf("%s: %u entries, no damage\n", store_path.c_str(), store->table().count());
