@@ -10,6 +10,7 @@
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/font/hershey.h"
 #include "apps/kr/font/listing.h"
+#include "apps/kr/font/sheet.h"
 #include "apps/kr/font/shp_compiler.h"
 
 namespace kr_app {
@@ -110,6 +111,8 @@ void AddFont(CLI::App& kr) {
       ->required();
   compile->add_flag("--unifont", options->unifont,
                     "The unifont layout instead of the shapes layout");
+
+  AddFontSheet(*font);
 }
 
 }  // namespace kr_app
