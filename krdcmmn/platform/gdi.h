@@ -5,21 +5,19 @@
 // centre. A null or dead handle, or a value that never was one, makes a call fail quietly (0, null,
 // FALSE). Any 32-bit coordinate is legal: what lies outside the target is clipped, costs in
 // proportion to what is visible, and the visible pixels are those of the whole shape. A shape that
-// is clipped away is drawn, for a caller: TRUE.
+// is clipped away counts as drawn; one for which there is no memory is not drawn and gives FALSE.
 //
 // Pens paint, by width:
-// - 0 and 1 (and below): one pixel, in the pen's style. A line does not paint its last point. The
-// gaps
-//   of the dashed styles stay as they are, or become white with the background mode OPAQUE;
-// - 2 and more: every pixel whose centre is within half the width of the line, which makes round
-// ends;
-//   an even width runs along the upper left corners of the pixels. Always solid;
-// - the style PS_NULL paints nothing.
+// - 0 and 1, and below: one pixel, in the pen's style. A line does not paint its last point. Gaps
+//   between dashes stay as they are, or become white with the background mode OPAQUE;
+// - 2 and more: every pixel whose centre is within half the width of the line, so that its ends
+//   are round. An even width runs along the upper left corners of the pixels. Always solid;
+// - of the style PS_NULL: nothing.
 //
 // Rules in pixels:
 // - Rectangle, Ellipse and Arc take a box in any corner order and leave out its right column and
-//   bottom row. A box without pixels draws nothing; one of a single row or column is a straight
-//   run;
+//   bottom row. A box without pixels draws nothing; in one of a single row or column an ellipse is
+//   a straight run;
 // - Ellipse touches all four sides of the box and is its own mirror image both ways. Its outline is
 //   the border of its solid shape. A wide pen covers what lies between the ellipse grown and the
 //   ellipse shrunk by half the width;

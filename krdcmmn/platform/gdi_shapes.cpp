@@ -1,6 +1,7 @@
 // Shapes, areas and copies: what a call's coordinates and the context's objects mean to the
 // rasteriser.
 #include <algorithm>
+#include <new>
 
 #include "krdcmmn/platform/gdi.h"
 #include "krdcmmn/platform/gdi_objects.h"
@@ -53,6 +54,21 @@ Corners CornersOf(const Context& context, int left, int top, int right, int bott
 Box BoxOf(const Corners& corners) {
   return {corners.low.x, corners.low.y, corners.high.x - corners.low.x,
           corners.high.y - corners.low.y};
+}
+
+// Calls `draw(context)` for a living context. What needs memory asks for it before it paints.
+template <class Draw>
+BOOL DrawOn(HDC dc, Draw&& draw) {
+  Context* context = FindContext(dc);
+  if (context == nullptr) {
+    return FALSE;
+  }
+  try {
+    draw(*context);
+  } catch (const std::bad_alloc&) {
+    return FALSE;
+  }
+  return TRUE;
 }
 
 }  // namespace
@@ -112,60 +128,48 @@ BOOL MoveToEx(HDC dc, int x, int y, POINT* former) {
 }
 
 BOOL LineTo(HDC dc, int x, int y) {
-  Context* context = FindContext(dc);
-  if (context == nullptr) {
-    return FALSE;
-  }
-  const POINT from = context->position;
-  context->position = {x, y};
-  krraster::DrawSegment(*context->canvas, StrokeOf(*context), DevicePlace(*context, from.x, from.y),
-                        DevicePlace(*context, x, y));
-  return TRUE;
+  return DrawOn(dc, [&](Context& context) {
+    const POINT from = context.position;
+    context.position = {x, y};
+    krraster::DrawSegment(*context.canvas, StrokeOf(context), DevicePlace(context, from.x, from.y),
+                          DevicePlace(context, x, y));
+  });
 }
 
 BOOL Ellipse(HDC dc, int left, int top, int right, int bottom) {
-  const Context* context = FindContext(dc);
-  if (context == nullptr) {
-    return FALSE;
-  }
-  krraster::DrawEllipse(*context->canvas, StrokeOf(*context), FillOf(*context),
-                        BoxOf(CornersOf(*context, left, top, right, bottom)));
-  return TRUE;
+  return DrawOn(dc, [&](const Context& context) {
+    krraster::DrawEllipse(*context.canvas, StrokeOf(context), FillOf(context),
+                          BoxOf(CornersOf(context, left, top, right, bottom)));
+  });
 }
 
 BOOL Arc(HDC dc, int left, int top, int right, int bottom, int xs, int ys, int xe, int ye) {
-  const Context* context = FindContext(dc);
-  if (context == nullptr) {
-    return FALSE;
-  }
-  krraster::DrawArc(*context->canvas, StrokeOf(*context),
-                    BoxOf(CornersOf(*context, left, top, right, bottom)),
-                    DevicePlace(*context, xs, ys), DevicePlace(*context, xe, ye));
-  return TRUE;
+  return DrawOn(dc, [&](const Context& context) {
+    krraster::DrawArc(*context.canvas, StrokeOf(context),
+                      BoxOf(CornersOf(context, left, top, right, bottom)),
+                      DevicePlace(context, xs, ys), DevicePlace(context, xe, ye));
+  });
 }
 
 BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
-  const Context* context = FindContext(dc);
-  if (context == nullptr) {
-    return FALSE;
-  }
-  const Corners box = CornersOf(*context, left, top, right, bottom);
-  if (box.low.x <= box.high.x && box.low.y <= box.high.y) {
-    krraster::DrawRectangle(*context->canvas, StrokeOf(*context), FillOf(*context), box.low,
-                            box.high);
-  }
-  return TRUE;
+  return DrawOn(dc, [&](const Context& context) {
+    const Corners box = CornersOf(context, left, top, right, bottom);
+    if (box.low.x <= box.high.x && box.low.y <= box.high.y) {
+      krraster::DrawRectangle(*context.canvas, StrokeOf(context), FillOf(context), box.low,
+                              box.high);
+    }
+  });
 }
 
 BOOL Polygon(HDC dc, const POINT* points, int count) {
-  const Context* context = FindContext(dc);
-  if (context == nullptr || points == nullptr || count < 2) {
+  if (points == nullptr || count < 2) {
     return FALSE;
   }
-  krraster::DrawPolygon(
-      *context->canvas, StrokeOf(*context), FillOf(*context),
-      krraster::Corners{points, static_cast<std::size_t>(count), DevicePlace(*context, 0, 0)});
-  return TRUE;
+  return DrawOn(dc, [&](const Context& context) {
+    krraster::DrawPolygon(
+        *context.canvas, StrokeOf(context), FillOf(context),
+        krraster::Corners{points, static_cast<std::size_t>(count), DevicePlace(context, 0, 0)});
+  });
 }
 
 }  // namespace krplatform

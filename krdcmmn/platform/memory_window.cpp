@@ -33,6 +33,7 @@ MEMORY_WINDOW::~MEMORY_WINDOW() {
 }
 
 HDC MEMORY_WINDOW::GetContext() {
+  contexts_.reserve(contexts_.size() + 1);
   Bitmap* bitmap = BitmapOf(bitmap_);
   const HDC dc = bitmap != nullptr ? krgdi::MakeWindowContext(bitmap) : nullptr;
   if (dc != nullptr) {

@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <thread>
+#include <vector>
 
 #include "krdcmmn/platform/gdi.h"
 #include "krdcmmn/platform/window.h"
 
-#include "tests/support/canvas.h"
+#include "tests/raster/any_shape.h"
 
 namespace {
 
@@ -131,6 +133,74 @@ TEST_F(Objects, HandlesAreNotUsedAgain) {
     ASSERT_NE(pen, first);
     DeleteObject(pen);
   }
+}
+
+TEST_F(Objects, CallsInAnyOrderLeaveNothingBehind) {
+  krtest::ShapeMaker maker(7);
+  for (int round = 0; round < 40; ++round) {
+    std::vector<HDC> contexts{nullptr};
+    std::vector<HGDIOBJ> objects{nullptr, GetStockObject(NULL_PEN), GetStockObject(BLACK_BRUSH)};
+    const auto any = [&](const auto& list) {
+      return list[static_cast<std::size_t>(
+          maker.number(0, static_cast<std::int64_t>(list.size()) - 1))];
+    };
+    for (int i = 0; i < 300; ++i) {
+      const HDC dc = any(contexts);
+      const auto shape = maker.shape(static_cast<int>(maker.number(0, 1)) * 40);
+      switch (maker.number(0, 9)) {
+        case 0:
+          contexts.push_back(CreateCompatibleDC(dc));
+          break;
+        case 1:
+          objects.push_back(CreateCompatibleBitmap(dc, static_cast<int>(maker.number(-1, 50)), 30));
+          break;
+        case 2:
+          objects.push_back(CreatePen(shape.style, shape.width, 0x123456));
+          objects.push_back(CreateSolidBrush(0x654321));
+          break;
+        case 3:
+          DeleteDC(dc);
+          break;
+        case 4:
+          DeleteObject(any(objects));
+          break;
+        case 5:
+          objects.push_back(SelectObject(dc, any(objects)));
+          break;
+        case 6:
+          SetROP2(dc, R2_XORPEN);
+          SetViewportOrgEx(dc, shape.points[0].x, shape.points[0].y, nullptr);
+          break;
+        case 7:
+          BitBlt(dc, shape.points[0].x, shape.points[0].y, 20, 20, any(contexts), shape.points[1].x,
+                 shape.points[1].y, SRCCOPY);
+          break;
+        default:
+          shape.draw(dc);
+      }
+    }
+    for (const HDC dc : contexts) {
+      DeleteDC(dc);
+    }
+    for (const HGDIOBJ object : objects) {
+      DeleteObject(object);
+    }
+  }
+}
+
+TEST_F(Objects, ThreadsMakeAndFreeTheirOwn) {
+  const auto work = [] {
+    for (int i = 0; i < 2000; ++i) {
+      krtest::Canvas canvas(4, 1);
+      canvas.pen(PS_SOLID, 1);
+      canvas.line(0, 0, 4, 0);
+      ASSERT_EQ(canvas.picture(), "####\n");
+    }
+  };
+  std::thread first(work);
+  std::thread second(work);
+  first.join();
+  second.join();
 }
 
 TEST_F(Objects, BitmapSizes) {

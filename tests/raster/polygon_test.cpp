@@ -118,6 +118,13 @@ TEST(Polygon, FewPoints) {
   const POINT two[] = {{0, 0}, {2, 2}};
   Polygon(canvas.dc, two, 2);
   EXPECT_EQ(canvas.picture(), "#.....\n.#..#.\n..#...\n");
+  SetROP2(canvas.dc, R2_XORPEN);
+  Polygon(canvas.dc, two, 2);
+  Polygon(canvas.dc, same, 3);
+  EXPECT_EQ(canvas.picture(), "......\n......\n......\n");
+  canvas.pen(PS_DOT, 1);
+  Polygon(canvas.dc, same, 2);
+  EXPECT_EQ(canvas.picture(), "......\n....#.\n......\n");
 }
 
 TEST(Polygon, TenMillionPoints) {

@@ -9,7 +9,7 @@ namespace krraster {
 
 namespace {
 
-// Runs go to `outline` and `inside`, either of which may be a sink that does nothing.
+// Hands the visible runs of the outline and of what is inside it to their sinks.
 template <class Outline, class Inside>
 void RowsOfEllipse(const Area& area, const Box& box, Outline&& outline, Inside&& inside) {
   ForEachRow(area, box, [&](std::int64_t y, std::int64_t, std::int64_t extent, std::int64_t outer) {
@@ -22,7 +22,7 @@ void RowsOfEllipse(const Area& area, const Box& box, Outline&& outline, Inside&&
   });
 }
 
-// A kernel and a sink for what is not painted.
+// The kernel of what is not painted.
 struct NoKernel {
   void dot(std::uint32_t*) const {}
   void run(std::uint32_t*, std::int64_t) const {}
@@ -185,7 +185,7 @@ void PaintArc(const Canvas& canvas, const Box& box, const Sector& sector, Kernel
              });
 }
 
-// Whether a shape this large may have an outline that passes the canvas by.
+// Whether nothing of a large shape is to be seen.
 bool PassesBy(const Canvas& canvas, const Stroke& stroke, const Box& box, bool filled) {
   constexpr std::int64_t kLarge = 1024;
   if (box.a < kLarge || box.b < kLarge) {

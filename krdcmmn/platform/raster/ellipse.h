@@ -66,17 +66,21 @@ class Sector {
   bool whole() const { return whole_; }
   // The pixel at doubled place (x, y) from the middle. The middle itself
   // counts as lying to the right.
-  bool holds(std::int64_t x, std::int64_t y) const;
+  bool holds(std::int64_t x, std::int64_t y) const { return takes(sides(x, y)); }
 
-  // Hands those pieces of the row's run [low, high] that lie in the sector to `sink(low, high)`.
-  // `middle2` is the doubled column of the middle, y the row's doubled place.
+  // Hands those pieces of the row's run [low, high], not empty, that lie in the sector to
+  // `sink(low, high)`. `middle2` is the doubled column of the middle, y the row's doubled place.
   template <class Sink>
   void Pieces(std::int64_t low, std::int64_t high, std::int64_t middle2, std::int64_t y,
               Sink&& sink) const {
-    while (low <= high) {
-      const std::int64_t end = SameSideUntil(low, high, middle2, y);
-      if (holds(2 * low - middle2, y)) {
+    for (;;) {
+      const Sides here = sides(2 * low - middle2, y);
+      const std::int64_t end = low == high ? low : SameUntil(here, low, high, middle2, y);
+      if (takes(here)) {
         sink(low, end);
+      }
+      if (end == high) {
+        return;
       }
       low = end + 1;
     }
@@ -87,15 +91,26 @@ class Sector {
   Place end() const { return end_; }
 
  private:
-  static bool LeftOf(Place ray, std::int64_t x, std::int64_t y);
-  // The last pixel of [low, high] that lies on the same side of both rays as `low`.
-  std::int64_t SameSideUntil(std::int64_t low, std::int64_t high, std::int64_t middle2,
-                             std::int64_t y) const;
+  // On which sides of the two rays a pixel lies: on the ray or anticlockwise of it by less than
+  // half a turn, or not.
+  struct Sides {
+    bool past_start;
+    bool past_end;
+    bool operator==(const Sides&) const = default;
+  };
+  Sides sides(std::int64_t x, std::int64_t y) const;
+  bool takes(Sides s) const {
+    return whole_ || (wide_ ? s.past_start || !s.past_end : s.past_start && !s.past_end);
+  }
+  // The last pixel of [low, high] with the same sides as `low`.
+  std::int64_t SameUntil(Sides here, std::int64_t low, std::int64_t high, std::int64_t middle2,
+                         std::int64_t y) const;
 
   Place start_;
   Place end_;
   bool whole_;
-  bool wide_;  // the end is more than half a turn from the start
+  bool wide_;   // the end is more than half a turn from the start
+  bool short_;  // both rays are below 2^30
 };
 
 void DrawEllipse(const Canvas& canvas, const Stroke& stroke, const Fill& fill, const Box& box);

@@ -142,6 +142,8 @@ void AddDashedOutline(Mask& dashes, Mask& gaps, const Stroke& stroke, const Corn
       ForEachStep(steps, [&](std::int64_t x, std::int64_t y, std::int64_t step) {
         (stroke.dash_at(start + step) ? dashes : gaps).set(x, y);
       });
+    } else if (dashes.area().holds(a)) {  // an edge of one pixel
+      (stroke.dash_at(start) ? dashes : gaps).set(a.x, a.y);
     }
     const std::int64_t dx = a.x < b.x ? b.x - a.x : a.x - b.x;
     const std::int64_t dy = a.y < b.y ? b.y - a.y : a.y - b.y;

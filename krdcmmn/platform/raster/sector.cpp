@@ -14,6 +14,11 @@ int128 Dot(Place ray, std::int64_t x, std::int64_t y) {
   return int128{ray.x} * x + int128{ray.y} * y;
 }
 
+bool Short(std::int64_t v) {
+  constexpr std::int64_t kLimit = std::int64_t{1} << 30;
+  return v < kLimit && v > -kLimit;
+}
+
 }  // namespace
 
 Sector::Sector(const Box& box, Place start, Place end) {
@@ -25,50 +30,39 @@ Sector::Sector(const Box& box, Place start, Place end) {
   const int128 dot = Dot(start_, end_.x, end_.y);
   whole_ = cross == 0 && dot >= 0;  // 0 and 0: one of them has no direction
   wide_ = cross < 0;
+  short_ = Short(start_.x) && Short(start_.y) && Short(end_.x) && Short(end_.y);
 }
 
-// Whether (x, y) is on the ray or anticlockwise of it by less than half a turn.
-bool Sector::LeftOf(Place ray, std::int64_t x, std::int64_t y) {
+Sector::Sides Sector::sides(std::int64_t x, std::int64_t y) const {
   x += x == 0 && y == 0 ? 1 : 0;
-  constexpr std::int64_t kSmall = std::int64_t{1} << 30;
-  const auto small = [](std::int64_t v) { return v < kSmall && v > -kSmall; };
-  if (small(ray.x) && small(ray.y) && small(x) && small(y)) {
-    const std::int64_t cross = ray.y * x - ray.x * y;
-    return cross > 0 || (cross == 0 && ray.x * x + ray.y * y > 0);
+  if (short_ && Short(x) && Short(y)) {
+    const auto past = [&](Place ray) {
+      const std::int64_t cross = ray.y * x - ray.x * y;
+      return cross > 0 || (cross == 0 && ray.x * x + ray.y * y > 0);
+    };
+    return {past(start_), past(end_)};
   }
-  const int128 cross = Cross(ray, x, y);
-  return cross > 0 || (cross == 0 && Dot(ray, x, y) > 0);
-}
-
-bool Sector::holds(std::int64_t x, std::int64_t y) const {
-  if (whole_) {
-    return true;
-  }
-  return wide_ ? LeftOf(start_, x, y) || !LeftOf(end_, x, y)
-               : LeftOf(start_, x, y) && !LeftOf(end_, x, y);
+  const auto past = [&](Place ray) {
+    const int128 cross = Cross(ray, x, y);
+    return cross > 0 || (cross == 0 && Dot(ray, x, y) > 0);
+  };
+  return {past(start_), past(end_)};
 }
 
 // Along a row each ray changes its side at most once.
-std::int64_t Sector::SameSideUntil(std::int64_t low, std::int64_t high, std::int64_t middle2,
-                                   std::int64_t y) const {
-  if (whole_) {
+std::int64_t Sector::SameUntil(Sides here, std::int64_t low, std::int64_t high,
+                               std::int64_t middle2, std::int64_t y) const {
+  const auto same = [&](std::int64_t x) { return sides(2 * x - middle2, y) == here; };
+  if (same(high)) {
     return high;
   }
-  const auto side = [&](std::int64_t x) {
-    const std::int64_t qx = 2 * x - middle2;
-    return (LeftOf(start_, qx, y) ? 1 : 0) + (LeftOf(end_, qx, y) ? 2 : 0);
-  };
-  const int here = side(low);
-  if (side(high) == here) {
-    return high;
-  }
-  std::int64_t same = low;
+  std::int64_t last = low;
   std::int64_t other = high;
-  while (other - same > 1) {
-    const std::int64_t x = same + (other - same) / 2;
-    (side(x) == here ? same : other) = x;
+  while (other - last > 1) {
+    const std::int64_t x = last + (other - last) / 2;
+    (same(x) ? last : other) = x;
   }
-  return same;
+  return last;
 }
 
 }  // namespace krraster
