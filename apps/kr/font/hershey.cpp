@@ -106,7 +106,8 @@ class FaceReader {
 template <class Measure>
 int Extent(const std::vector<Glyph>& glyphs, char first, char last, Measure measure) {
   int extent = 0;
-  for (std::size_t c = static_cast<std::size_t>(first); c <= static_cast<std::size_t>(last); ++c) {
+  for (std::size_t c = static_cast<unsigned char>(first); c <= static_cast<unsigned char>(last);
+       ++c) {
     if (c - kFirstCharacter < glyphs.size()) {
       for (const auto& stroke : glyphs[c - kFirstCharacter].strokes) {
         for (const Point p : stroke) {
