@@ -311,6 +311,9 @@ void MARRAY::get(MARRAY& source) {
 }
 
 MARRAY& MARRAY::operator=(MARRAY& source) {
+  if (&source == this) {
+    return *this;
+  }
   const bool kept = source.pageKept;
   get(source);
   pageKept = kept;

@@ -197,7 +197,7 @@ std::int32_t PackedBlock::write(void* file) const {
   }
   const std::uint32_t done = WriteFile(file, bytes_.get(), size_);
   if (!raw_ && done < size_) {
-    throw kShortTransfer;
+    throw int{kShortTransfer};
   }
   return static_cast<std::int32_t>(done);
 }
@@ -229,23 +229,23 @@ void ReadPacked(void* file, char* elements, int count, int size_elem) {
   }
   char word[kLengthSize];
   if (ReadFile(file, word, kLengthSize) < kLengthSize) {
-    throw kShortTransfer;
+    throw int{kShortTransfer};
   }
   const std::uint32_t length = LoadU32(word);
   const auto file_size = static_cast<std::int32_t>(GetFileSize(file, nullptr));
   if (file_size < std::int64_t{length}) {
-    throw kShortTransfer;
+    throw int{kShortTransfer};
   }
   if (length > kMaxPayload) {
     ThrowException(new MA_EXCEPTION(4, static_cast<int>(length), 1, 0, true));
   }
   const HeapBytes payload = AllocateBytes(std::size_t{length} + kChecksumSize);
   if (ReadFile(file, payload.get(), length + kChecksumSize) < length + kChecksumSize) {
-    throw kShortTransfer;
+    throw int{kShortTransfer};
   }
   if (LoadU32(payload.get() + length) != BlockChecksum(payload.get(), length) ||
       !UnpackPayload(payload.get(), length, elements, count, size_elem)) {
-    throw kDamagedBlock;
+    throw int{kDamagedBlock};
   }
 }
 

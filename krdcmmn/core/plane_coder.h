@@ -19,8 +19,8 @@ constexpr std::size_t PackPlaneBound(std::size_t count) {
 // gives the stream's length. A null `out` only measures; the result is the same.
 std::size_t PackPlane(char* out, const char* plane, std::size_t count);
 
-// The same with vectors of 0, 16 or 32 bytes; 0 stands for a host without vector instructions. Gives
-// the length, or -1 when this processor does not have them.
+// The same with vectors of 0, 16 or 32 bytes; 0 stands for a host without vector instructions.
+// Gives the length, or -1 when this processor does not have them.
 std::ptrdiff_t PackPlaneWith(int vector_bytes, char* out, const char* plane, std::size_t count);
 
 // Decodes one stream to [target, target_end) and gives the address behind it, where the next

@@ -120,11 +120,11 @@ class PlaneEncoder {
   // The next place in this window that is worth a token; q_ goes there.
   [[gnu::always_inline]] Kind scan() {
     const Mask pair =
-        Windows::LookForPair(bytes_, static_cast<Byte>(recent0_), static_cast<Byte>(recent1_)) &
-        ~w_.same;
-    const Mask back_twice = w_.back & w_.back >> 1 & ~w_.same;
+        Windows::LookForPair(bytes_, static_cast<Byte>(recent0_), static_cast<Byte>(recent1_));
+    // Four bytes in turn are neither a ramp nor a zigzag; the recent two may begin one, which wins.
+    const Mask alternation = ((w_.back & w_.back >> 1) | pair) & ~w_.same;
     Mask candidates =
-        (w_.same | back_twice | w_.even_step | w_.zigzag | pair) & scanned_ & ~LowBits(q_ - base_);
+        (w_.same | alternation | w_.even_step | w_.zigzag) & scanned_ & ~LowBits(q_ - base_);
     for (; candidates != 0; candidates &= candidates - 1) {
       const std::size_t at = LowestBit(candidates);
       q_ = base_ + at;
@@ -132,14 +132,12 @@ class PlaneEncoder {
         if ((Bit(w_.same, at + 1) | isRecent(bytes_[at])) != 0) {
           return kRun;
         }
-      } else if (Bit(back_twice, at) != 0) {
-        return kAlternation;
       } else if (Bit(w_.even_step, at) != 0 &&
                  (Bit(w_.even_step, at + 1) != 0 || isStep(bytes_[at + 1] - bytes_[at]))) {
         return kRamp;
       } else if (Bit(w_.zigzag, at) != 0) {
         return kZigzagRun;
-      } else if (Bit(pair, at) != 0) {
+      } else if (Bit(alternation, at) != 0) {
         return kAlternation;
       }
     }

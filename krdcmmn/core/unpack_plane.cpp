@@ -20,9 +20,9 @@ constexpr std::size_t kEndless = SIZE_MAX / 2;  // a value that no plane can hol
 // Index into kTokenKinds by command byte.
 constexpr std::array<Byte, 256> kKindOf = [] {
   std::array<Byte, 256> table{};
-  for (Byte k = 0; k < std::size(kTokenKinds); ++k) {
+  for (std::size_t k = 0; k < std::size(kTokenKinds); ++k) {
     for (unsigned i = 0; i < 1u << kTokenKinds[k].bits; ++i) {
-      table[kTokenKinds[k].base + i] = k;
+      table[kTokenKinds[k].base + i] = static_cast<Byte>(k);
     }
   }
   return table;
