@@ -73,7 +73,7 @@ class KRDCMMN_API font {
   // Reads a source font, which stays mapped. False with the font unchanged when `path` is the file
   // of the last source load, ASCII letters in any case; false with an empty font for an empty path;
   // else true, whatever the source says. Throws mapfile::MapExcept, with an empty font, for a file
-  // that cannot be mapped.
+  // that cannot be mapped, and MA_EXCEPTION, with no primitives, when there is no memory.
   bool LoadFromSHPFile(const char* path);
 
   // Reads the source in resource `id` (16 bits are used) of type "SHP" of `module`. Throws

@@ -25,9 +25,9 @@ class ShapeReader {
   ShapeReader(const ShapeReader&) = delete;
   ShapeReader& operator=(const ShapeReader&) = delete;
 
-  // Hands the arrays over with what was appended; appending may go on. After a failure of memory
-  // they are empty, since the failure may have taken elements.
-  void Finish() noexcept;
+  // Hands the arrays over with what was appended; appending may go on. False after a failure of
+  // memory, which may have taken elements: the arrays are empty then.
+  bool Finish() noexcept;
 
   // A guess at the primitives to come, which saves growing by steps.
   void Expect(std::size_t primitives);
@@ -113,6 +113,8 @@ class ShapeReader {
   void AddCircle(KRD::DOT centre);
   void AddEntry(std::int32_t kind, unsigned record);
 
+  const char* ReadVectors(const char* token, const char* last);
+  void VectorToken(const char* token);
   void HandleToken(std::uint8_t from_state, std::string_view token);
   void HeaderToken(std::string_view token);
   void NumberToken(std::string_view token);

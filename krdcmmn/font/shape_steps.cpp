@@ -56,7 +56,7 @@ ShapeReader::~ShapeReader() {
   Finish();
 }
 
-void ShapeReader::Finish() noexcept {
+bool ShapeReader::Finish() noexcept {
   bool whole = !prims.failed() && !lines.failed() && !arcs.failed() && !circles.failed();
   try {
     if (whole) {
@@ -72,6 +72,7 @@ void ShapeReader::Finish() noexcept {
   if (!whole) {
     fontData->EmptyGeometry();
   }
+  return whole;
 }
 
 void ShapeReader::Expect(std::size_t primitives) {

@@ -1,6 +1,8 @@
 // Source fonts: the tokenizer and what each token does. A token goes straight to the drawing steps.
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <string>
 
 #include "krdcmmn/font/font.h"
@@ -14,18 +16,32 @@
 
 namespace kr {
 
-namespace {
-
-// Most of a program is vectors, three bytes that stay in the token and a comma: a look at the comma
-// saves the steps to it.
-bool VectorAhead(const char* token, const char* last) {
-  const auto stays = [token](int i) {
-    return kShpSteps[kProgram][static_cast<unsigned char>(token[i])].action == kNone;
-  };
-  return last - token > 3 && token[3] == ',' && stays(0) && stays(1) && stays(2);
+// A vector, whatever its digits: "0LD".
+inline void ShapeReader::VectorToken(const char* token) {
+  if (skipNext) {
+    return;
+  }
+  const int length = std::max(HexDigit(token[1]), 0);
+  const int turn = HexDigit(token[2]);
+  if (turn >= 0) {
+    TurnedVector(static_cast<unsigned>(turn), Scaled(length));
+  } else {
+    FinishVector();
+  }
 }
 
-}  // namespace
+// Most of a program is vectors, three bytes that stay in their token and a comma: from the first
+// byte of a token on they are read without a step for each byte. Gives where they end.
+const char* ShapeReader::ReadVectors(const char* token, const char* last) {
+  const auto stays = [&token](int i) {
+    return kShpSteps[kProgram][static_cast<unsigned char>(token[i])].action == kNone;
+  };
+  while (last - token > 3 && token[3] == ',' && stays(0) && stays(1) && stays(2)) {
+    VectorToken(token);
+    token += 4;
+  }
+  return token;
+}
 
 void ShapeReader::ReadSource(const char* first, const char* last) {
   constexpr std::size_t kBytesForOne = 8;  // of a usual source, for one primitive
@@ -33,8 +49,11 @@ void ShapeReader::ReadSource(const char* first, const char* last) {
   const char* token = first;
   std::uint8_t now = state;
   for (const char* byte = first; byte != last; ++byte) {
-    if (byte == token && now == kProgram && VectorAhead(byte, last)) {
-      byte += 3;
+    if (byte == token && now == kProgram && !skipShape) {
+      token = byte = ReadVectors(byte, last);
+      if (byte == last) {
+        break;
+      }
     }
     const std::uint8_t from_state = now;
     const ShpStep step = kShpSteps[now][static_cast<unsigned char>(*byte)];
@@ -129,12 +148,7 @@ void ShapeReader::NumberToken(std::string_view token) {
 
 void ShapeReader::ProgramToken(std::string_view token) {
   if (token.size() == 3) {
-    const int length = std::max(HexDigit(token[1]), 0);
-    if (!skipNext && HexDigit(token[2]) >= 0) {
-      TurnedVector(static_cast<unsigned>(HexDigit(token[2])), Scaled(length));
-    } else if (!skipNext) {
-      FinishVector();
-    }
+    VectorToken(token.data());
   } else if (!token.empty()) {
     CommandToken(token);
   }
@@ -292,6 +306,18 @@ void ShapeReader::BulgeToken(std::string_view token) {
   }
 }
 
+namespace {
+
+void LoadSource(font& target, const char* source, std::size_t size) {
+  ShapeReader reader(&target);
+  reader.ReadSource(source, source + size);
+  if (!reader.Finish()) {
+    KRD::MARRAY::MemoryError();
+  }
+}
+
+}  // namespace
+
 bool font::LoadFile(const char* path) {
   const char* extension = path != nullptr && *path != '\0' ? PathFindExtensionA(path) : "";
   if (lstrcmpiA(extension, ".shp") == 0) {
@@ -317,7 +343,7 @@ bool font::LoadFromSHPFile(const char* path) {
   Open(path);
   fileName = path;
   sourceSize = static_cast<std::int32_t>(view.size());
-  ShapeReader(this).ReadSource(text, text + view.size());
+  LoadSource(*this, text, view.size());
   return true;
 }
 
@@ -332,7 +358,7 @@ void font::LoadFromRes(HINSTANCE module, unsigned int id) {
   const DWORD size = SizeofResource(module, resource);
   ResetGlyphs();
   descent = 0;
-  ShapeReader(this).ReadSource(source, source + size);
+  LoadSource(*this, source, size);
 }
 
 }  // namespace kr

