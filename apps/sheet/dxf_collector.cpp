@@ -1,7 +1,7 @@
 #include "apps/sheet/dxf_collector.h"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 #include <numbers>
 #include <sstream>
 
@@ -197,11 +197,14 @@ void Collector::feed(const Chunk& chunk) {
 
 void Collector::entity(const Chunk& chunk) {
   const std::string_view kind = chunk.name();
-  if (path_open_ && kind == "VERTEX") {
-    vertex(chunk);
+  if (kind == "VERTEX" && in_polyline_) {
+    if (path_open_) {
+      vertex(chunk);
+    }
     return;
   }
   endPath();
+  in_polyline_ = kind == "POLYLINE";
   if (kind == "SEQEND") {
     return;
   }
@@ -359,216 +362,6 @@ void Collector::add3dFace(const DL_3dFaceData& d) {
   item.closed = true;
   for (std::size_t i = 0; i < 4; ++i) {
     for (double v : {d.x[i], d.y[i], 0.0, 0.0, 0.0}) {
-      number(v);
-    }
-  }
-  add(item);
-}
-
-void Collector::words(FDOT at, double height, double factor, double angle, int align, bool mirrored,
-                      std::string text) {
-  if (text.find_first_not_of(" \n") == std::string::npos) {
-    unread("without a text");
-    return;
-  }
-  Item item = begin(Shape::kText);
-  item.index = static_cast<std::int32_t>(source_.texts.size());
-  item.detail = align | (mirrored ? kTextMirrored : 0);
-  source_.texts.push_back(std::move(text));
-  for (double v : {at.x, at.y, height, factor == 0 ? 1 : factor, angle}) {
-    number(v);
-  }
-  add(item);
-}
-
-void Collector::alignedText(const DL_TextData& d) {
-  constexpr int kBackwards = 2;
-  constexpr int kUpsideDown = 4;
-  enum { kLeft, kCentre, kRight, kAligned, kMiddle, kFit };
-  const int across = chunk_->integer(72, 0);
-  const int up = chunk_->integer(kind_ == "ATTRIB" ? 74 : 73, 0);
-  FDOT at = {d.ipx, d.ipy};
-  double angle = chunk_->number(50, 0) * kRadians;
-  int column = 0;
-  int row = up == 3 ? 0 : up == 2 ? 1 : 2;
-  if (across == kAligned || across == kFit) {
-    // Between two points: along them, from the first one on.
-    const FDOT along = FDOT{d.apx, d.apy} - at;
-    angle = Length(along) > 0 ? std::atan2(along.y, along.x) : angle;
-    row = 2;
-  } else if (across != kLeft || up != 0) {
-    at = {d.apx, d.apy};
-    column = across == kCentre || across == kMiddle ? 1 : across == kRight ? 2 : 0;
-    row = across == kMiddle ? 1 : row;
-  }
-  const bool upside_down = (d.textGenerationFlags & kUpsideDown) != 0;
-  const bool backwards = (d.textGenerationFlags & kBackwards) != 0;
-  // Upside down is mirrored and turned by half.
-  words(at, d.height, d.xScaleFactor, upside_down ? angle + std::numbers::pi : angle,
-        row * 3 + column, backwards != upside_down, PlainText(text(chunk_->text(1))));
-}
-
-void Collector::addText(const DL_TextData& d) {
-  alignedText(d);
-}
-
-void Collector::addAttribute(const DL_AttributeData& d) {
-  constexpr int kInvisible = 1;
-  if ((chunk_->integer(70, 0) & kInvisible) != 0) {
-    unread("invisible");
-    return;
-  }
-  alignedText(d);
-}
-
-void Collector::addMText(const DL_MTextData& d) {
-  std::string all;
-  for (const Group& group : chunk_->groups) {
-    if (group.code == 3 || group.code == 1) {
-      all += group.value;
-    }
-  }
-  const bool turned = chunk_->has(11) || chunk_->has(21);
-  const double angle = turned ? std::atan2(d.diry, d.dirx) : chunk_->number(50, 0) * kRadians;
-  const int align = d.attachmentPoint >= 1 && d.attachmentPoint <= 9 ? d.attachmentPoint - 1 : 0;
-  words({d.ipx, d.ipy}, d.height, 1, angle, align, false, PlainMText(text(all)));
-}
-
-void Collector::lightPolyline(const Chunk& chunk) {
-  Item item = begin(Shape::kPath);
-  item.closed = (chunk.integer(70, 0) & 1) != 0;
-  const double width = chunk.number(43, 0);
-  std::array<double, 5> at{};
-  bool any = false;
-  const auto flush = [&] {
-    if (any) {
-      source_.numbers.insert(source_.numbers.end(), at.begin(), at.end());
-    }
-  };
-  for (const Group& group : chunk.groups) {
-    const double v = ToNumber(group.value);
-    switch (group.code) {
-      case 10:
-        flush();
-        at = {v, 0, 0, width, width};
-        any = true;
-        break;
-      case 20:
-        at[1] = v;
-        break;
-      case 42:
-        at[2] = v;
-        break;
-      case 40:
-        at[3] = v;
-        break;
-      case 41:
-        at[4] = v;
-        break;
-      default:
-        break;
-    }
-  }
-  flush();
-  if (any) {
-    add(item);
-  }
-}
-
-void Collector::polyline(const Chunk& chunk) {
-  constexpr int kClosed = 1;
-  constexpr int kInSpace = 8;
-  constexpr int kMeshes = 16 | 64;
-  const int flags = chunk.integer(70, 0);
-  if ((flags & kMeshes) != 0) {
-    unread("a mesh");
-    return;
-  }
-  if ((flags & kInSpace) != 0) {
-    flipped_ = false;
-  }
-  path_ = begin(Shape::kPath);
-  path_.closed = (flags & kClosed) != 0;
-  start_width_ = chunk.number(40, 0);
-  end_width_ = chunk.number(41, start_width_);
-  path_open_ = true;
-  taken_ = true;
-}
-
-void Collector::vertex(const Chunk& chunk) {
-  constexpr int kFrame = 16;  // a control point of a curve, which is not on it
-  if ((chunk.integer(70, 0) & kFrame) != 0) {
-    return;
-  }
-  for (double v : {chunk.number(10, 0), chunk.number(20, 0), chunk.number(42, 0),
-                   chunk.number(40, start_width_), chunk.number(41, end_width_)}) {
-    number(v);
-  }
-}
-
-void Collector::endPath() {
-  if (path_open_) {
-    path_open_ = false;
-    add(path_);
-  }
-}
-
-void Collector::leader(const Chunk& chunk) {
-  const Item item = begin(Shape::kPath);
-  const int vertices = std::min(chunk.countOf(10), chunk.countOf(20));
-  if (vertices < 2) {
-    return;
-  }
-  for (const Group& group : chunk.groups) {
-    if (group.code == 10) {
-      number(ToNumber(group.value));
-    } else if (group.code == 20) {
-      for (double v : {ToNumber(group.value), 0.0, 0.0, 0.0}) {
-        number(v);
-      }
-    }
-  }
-  if ((source_.numbers.size() - item.first) % 5 != 0) {
-    source_.numbers.resize(item.first);
-    return;
-  }
-  add(item);
-}
-
-void Collector::spline(const Chunk& chunk) {
-  Spline s;
-  s.degree = chunk.integer(71, 3);
-  std::size_t weights = 0;
-  for (const Group& group : chunk.groups) {
-    const double v = ToNumber(group.value);
-    if (group.code == 40) {
-      s.knots.push_back(v);
-    } else if (group.code == 10) {
-      s.controls.push_back({{v, 0}, 1});
-    } else if (group.code == 20 && !s.controls.empty()) {
-      s.controls.back().at.y = v;
-    } else if (group.code == 41) {
-      ++weights;
-    }
-  }
-  std::size_t next = 0;
-  for (const Group& group : chunk.groups) {
-    if (group.code == 41 && weights == s.controls.size()) {
-      s.controls[next++].weight = ToNumber(group.value);
-    }
-  }
-  if (!s.sound()) {
-    unread(s.controls.empty() ? "without control points" : "damaged");
-    return;
-  }
-  const Item item = begin(Shape::kSpline);
-  number(s.degree);
-  number(static_cast<double>(s.controls.size()));
-  for (double knot : s.knots) {
-    number(knot);
-  }
-  for (const Spline::Control& c : s.controls) {
-    for (double v : {c.at.x, c.at.y, c.weight}) {
       number(v);
     }
   }

@@ -89,7 +89,8 @@ class Collector : public DL_CreationAdapter {
   bool taken_ = false;  // the entity became an item, or it was said why not
 
   // A POLYLINE whose vertices follow as entities of their own.
-  bool path_open_ = false;
+  bool in_polyline_ = false;
+  bool path_open_ = false;  // it is one that is read
   Item path_{};
   double start_width_ = 0, end_width_ = 0;  // of its vertices that tell none
 };

@@ -308,12 +308,14 @@ class Expander {
     const double start = std::abs(v.start_width) * widths;
     const double end = std::abs(v.end_width) * widths;
     const double width = (start + end) / 2;
-    if (v.bulge != 0 && Length(next.at - v.at) > 0) {
+    const FDOT a = to.apply(v.at);
+    const FDOT b = to.apply(next.at);
+    // An arc that rises by less than the rounding is a line: its radius would be a poor number.
+    constexpr double kFlat = 0.5;
+    if (std::abs(v.bulge) * Length(b - a) / 2 > kFlat) {
       curve(BulgeCurve(v.at, next.at, v.bulge).moved(to), width);
       return;
     }
-    const FDOT a = to.apply(v.at);
-    const FDOT b = to.apply(next.at);
     if (start == end || Length(b - a) == 0) {
       line(a, b, width);
       return;

@@ -1,7 +1,9 @@
 #include "apps/sheet/painter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <numbers>
 
 #include "krdcmmn/platform/gdi.h"
 
@@ -68,17 +70,25 @@ void Painter::prepareTexts(unsigned char diameter) {
   }
   anchors_.reserve(drawing_.labels.count());
   for (const Text& text : drawing_.labels) {
-    const DOT shift =
-        kr_app::WidthCorrection(writer(text), strings_(static_cast<unsigned>(text.text)));
+    const kr::drawfont layout = writer(text);
+    const DOT shift = kr_app::WidthCorrection(layout, strings_(static_cast<unsigned>(text.text)));
+    // The layout hangs a text by the height of the font. Here it hangs by its capitals, which are
+    // lower by what reaches below the baseline.
+    const double rise = font_->descent * layout.heightScale * (2 - text.align / 3) / 2;
+    const double turn = (layout.angle / 10) * std::numbers::pi / 180;
     anchors_.push_back(
-        {Clamped(std::int64_t{text.at.x} + shift.x), Clamped(std::int64_t{text.at.y} + shift.y)});
+        {Clamped(std::int64_t{text.at.x} + shift.x - KRD::RoundHalfAway(rise * std::sin(turn))),
+         Clamped(std::int64_t{text.at.y} + shift.y + KRD::RoundHalfAway(rise * std::cos(turn)))});
   }
 }
 
 kr::drawfont Painter::writer(const Text& text) const {
   kr::drawfont writer;
   writer.InitFont(font_);
-  writer.SetHeight(text.height);
+  // The height of a text is that of its capitals; the font's reaches below the baseline too.
+  const double capitals = font_->height - font_->descent;
+  const double share = capitals > 0 ? font_->height / capitals : 1;
+  writer.SetHeight(KRD::RoundHalfAway(text.height * share));
   writer.SetSWidth(writer.heightScale * text.width_factor / 1000);
   writer.SetAlign(static_cast<kr::ALIGN>(text.align));
   writer.SetAngle(text.angle);
