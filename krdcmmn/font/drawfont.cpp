@@ -5,6 +5,7 @@
 #include "krdcmmn/font/font.h"
 #include "krdcmmn/font/fontstream.h"
 #include "krdcmmn/font/text_layout.h"
+#include "krdcmmn/font/text_sight.h"
 
 using KRD::DOT;
 using KRD::FDOT;
@@ -80,17 +81,20 @@ void Emit(const font& glyphs, int index, const PLACEMENT& place, int stroke, Sin
   }
 }
 
-template <class Sink>
+// `hides` tells of a slot and a cursor whether the glyph can be left out.
+template <class Sink, class Hides>
 void Walk(const font& glyphs, const char* s, std::size_t n, PLACEMENT& place, int stroke,
-          Sink& sink) {
+          Sink& sink, Hides hides) {
   for (std::size_t k = 0; k < n; ++k) {
     const unsigned char c = static_cast<unsigned char>(s[k]);
     if (c == kCarriageReturn) {
       place.MoveTo({0, place.cursor().y});
     }
-    const font::PRIM_RANGE prims = glyphs.Prims(c);
-    for (int i = prims.first; i < prims.last; ++i) {
-      Emit(glyphs, i, place, stroke, sink);
+    if (!hides(c, place.cursor())) {
+      const font::PRIM_RANGE prims = glyphs.Prims(c);
+      for (int i = prims.first; i < prims.last; ++i) {
+        Emit(glyphs, i, place, stroke, sink);
+      }
     }
     place.MoveTo(Plus(place.cursor(), glyphs.advance[c]));
   }
@@ -133,9 +137,15 @@ void drawfont::Draw(DOT pos, const char* s, DRAW_DEVICE& dev, bool frame) {
   const int stroke = width != 0 ? width : RoundHalfAway(heightScale);
   dev.setPenStyle(0, stroke, color);
   if (fontData != nullptr) {
-    PLACEMENT place(*this, Plus(pos, AnchorOffset(*this, s)));
-    DEVICE_SINK sink{dev, mirror};
-    Walk(*fontData, s, TextLength(s), place, stroke, sink);
+    const DOT origin = Plus(pos, AnchorOffset(*this, s));
+    const std::size_t n = TextLength(s);
+    TEXT_SIGHT sight(*fontData, *this, origin, stroke, dev);
+    if (!sight.HidesAll(s, n)) {
+      PLACEMENT place(*this, origin);
+      DEVICE_SINK sink{dev, mirror};
+      Walk(*fontData, s, n, place, stroke, sink,
+           [&](unsigned char slot, DOT cursor) { return sight.Hides(slot, cursor); });
+    }
   }
   if (frame) {
     dev.setPenStyle(0, 0, rectColor);
@@ -155,7 +165,7 @@ int drawfont::Write(DOT pos, const char* s, fontstream& out) {
   }
   PLACEMENT place(*this, Plus(pos, AnchorOffset(*this, s)));
   STREAM_SINK sink{out, width, mirror};
-  Walk(*fontData, s, n, place, width, sink);
+  Walk(*fontData, s, n, place, width, sink, [](unsigned char, DOT) { return false; });
   return Within32(sink.sum);
 }
 
