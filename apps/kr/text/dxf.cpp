@@ -48,9 +48,16 @@ class DxfSink : public StrokeSink {
   static std::string Head(const char* kind) { return Group(0, kind) + Group(8, "0"); }
 };
 
-std::string Variable(const char* name, const Box& box, bool upper) {
-  return Group(9, name) +
-         Point(10, Mm(upper ? box.right : box.left), Mm(upper ? box.top : box.bottom));
+// The corners of the paper: EXT in space, LIM on the plane.
+std::string Corners(const Box& box) {
+  std::string corners;
+  for (const char* name : {"$EXTMIN", "$EXTMAX", "$LIMMIN", "$LIMMAX"}) {
+    const bool upper = name[5] == 'A';
+    corners += Group(9, name) +
+               Point(10, Mm(upper ? box.right : box.left), Mm(upper ? box.top : box.bottom)) +
+               (name[1] == 'E' ? Group(30, "0") : "");
+  }
+  return corners;
 }
 
 }  // namespace
@@ -61,10 +68,8 @@ std::string DxfForm(const TextJob& job, const FormOptions&) {
   job.Write(sink);
   return Group(999, "Unit: 1 millimetre. The text is aligned to the origin.") +
          Group(0, "SECTION") + Group(2, "HEADER") + Group(9, "$ACADVER") + Group(1, "AC1009") +
-         Variable("$EXTMIN", paper, false) + Variable("$EXTMAX", paper, true) +
-         Variable("$LIMMIN", paper, false) + Variable("$LIMMAX", paper, true) + Group(0, "ENDSEC") +
-         Group(0, "SECTION") + Group(2, "ENTITIES") + sink.entities + Group(0, "ENDSEC") +
-         Group(0, "EOF");
+         Corners(paper) + Group(0, "ENDSEC") + Group(0, "SECTION") + Group(2, "ENTITIES") +
+         sink.entities + Group(0, "ENDSEC") + Group(0, "EOF");
 }
 
 }  // namespace kr_app

@@ -74,8 +74,11 @@ class GcodeSink : public StrokeSink {
     }
   }
   void Cut(FDOT p) {
-    at_ = At(p);
-    moves += "G1" + at_ + '\n';
+    const std::string end = At(p);
+    if (end != at_) {  // the tool has made a dot when it came down
+      moves += "G1" + end + '\n';
+      at_ = end;
+    }
   }
   void Turn(const ArcStroke& arc, double from, double to) {
     const FDOT start = arc.At(from);

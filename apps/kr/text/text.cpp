@@ -10,11 +10,11 @@
 
 #include "apps/common/default_font.h"
 #include "apps/common/errors.h"
+#include "apps/common/slots.h"
 #include "apps/common/whole_file.h"
 #include "apps/kr/commands.h"
 #include "apps/kr/font/font_file.h"
 #include "apps/kr/text/forms.h"
-#include "apps/common/slots.h"
 
 namespace kr_app {
 
