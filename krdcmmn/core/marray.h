@@ -74,17 +74,20 @@ class KRDCMMN_API MARRAY {
 
   // Sets the capacity and gives the capacity reached.
   int setMaxNElem(unsigned int n);
-  void addElem() { addElemOf(static_cast<unsigned short>(sizeElem)); }
-  // The same where the compiler knows the size, which is the field's.
-  void addElemOf(std::size_t size) {
-    // Inside the page that the last element ends in, appending is an increment in either regime.
-    const std::size_t end = nElem * size;
-    const std::size_t grown = end + size;
-    if (((end - 1) ^ (grown - 1)) < kPageSize && nElem < static_cast<unsigned>(maxNElem_) &&
-        grown <= kMaxBytes && sizeIndex == 4 && !pageKept) {
-      ++nElem;
+  // Inside the page that the last element ends in, and inside all limits, appending is an increment
+  // in either regime.
+  void addElem() {
+    const std::size_t end = bytesOf(nElem);
+    const std::size_t grown = bytesOf(nElem + 1);
+    appendOne(InOnePage(end, grown) && grown <= kMaxBytes);
+  }
+  // The same where the compiler knows the element's size.
+  template <std::size_t kSize>
+  void addElemOfSize() {
+    if constexpr (kPageSize % kSize == 0) {
+      appendOne(nElem % (kPageSize / kSize) != 0 && nElem < kMaxBytes / kSize);
     } else {
-      setNElem(nElem + 1);
+      appendOne(InOnePage(nElem * kSize, (nElem + 1) * kSize) && nElem < kMaxBytes / kSize);
     }
   }
   // Gives all memory back.
@@ -113,6 +116,16 @@ class KRDCMMN_API MARRAY {
  private:
   std::size_t bytesOf(unsigned int n) const {
     return std::size_t{n} * static_cast<unsigned short>(sizeElem);
+  }
+  static bool InOnePage(std::size_t end, std::size_t grown) {
+    return ((end - 1) ^ (grown - 1)) < kPageSize;
+  }
+  void appendOne(bool inside) {
+    if (inside && nElem < static_cast<unsigned>(maxNElem_) && sizeIndex == 4 && !pageKept) {
+      ++nElem;
+    } else {
+      setNElem(nElem + 1);
+    }
   }
   bool isReserved() const;
   void growTo(unsigned int n);

@@ -29,7 +29,7 @@ class TARRAY : public MARRAY {
 
   // Appends a copy; `value` may lie in this array.
   void add(T value) {
-    addElemOf(sizeof(T));
+    addElemOfSize<sizeof(T)>();
     std::memcpy(data + (nElem - 1) * sizeof(T), &value, sizeof(T));
   }
 };
