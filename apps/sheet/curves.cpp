@@ -117,7 +117,8 @@ void Flatten(const Curve& curve, double tolerance, bool reverse, std::vector<FDO
     // A quarter of the angle whose chord is that far from its arc.
     steps = std::max(steps, span / (4 * std::asin(std::sqrt(tolerance / reach / 2))));
   }
-  const int n = static_cast<int>(std::ceil(std::clamp(steps, 1.0, kMost)));
+  // What is not a number at all is one step.
+  const int n = steps > 1 ? static_cast<int>(std::ceil(std::min(steps, kMost))) : 1;
   for (int i = 1; i <= n; ++i) {
     const double t = span * i / n;
     out.push_back(curve.at(reverse ? curve.to - t : curve.from + t));

@@ -25,6 +25,13 @@ class Cursor {
     }
     return ToNumber(groups_[at_++].value);
   }
+  int integer(int code) {
+    if (!at(code)) {
+      good_ = false;
+      return 0;
+    }
+    return ToInteger(groups_[at_++].value);
+  }
   int count(int code) {
     const double v = take(code);
     // More than there are groups left is damaged.
@@ -111,7 +118,7 @@ void ArcEdge(Cursor& c, Pieces& out, FDOT centre, FDOT u, double ratio) {
 
 void SplineEdge(Cursor& c, Pieces& out, bool& sound) {
   Spline s;
-  s.degree = static_cast<int>(c.take(94));
+  s.degree = c.integer(94);
   const bool rational = c.take(73) != 0;
   c.take(74);
   const int knots = c.count(95);
@@ -143,7 +150,7 @@ void SplineEdge(Cursor& c, Pieces& out, bool& sound) {
 void EdgeLoop(Cursor& c, Pieces& out, bool& sound) {
   enum { kLine = 1, kArc, kEllipse, kSpline };
   for (int n = c.count(93); n > 0 && c.good() && sound; --n) {
-    const int kind = static_cast<int>(c.take(72));
+    const int kind = c.integer(72);
     if (kind == kSpline) {
       SplineEdge(c, out, sound);
       continue;
@@ -184,7 +191,7 @@ void Collector::hatch(const Chunk& chunk) {
   }
   bool sound = true;
   for (int loops = cursor.count(91); loops > 0 && cursor.good() && sound; --loops) {
-    const int flags = static_cast<int>(cursor.take(92));
+    const int flags = cursor.integer(92);
     pieces.put(PieceTag::kLoop);
     if ((flags & kPolyline) != 0) {
       PolylineLoop(cursor, pieces);

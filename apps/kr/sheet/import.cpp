@@ -2,7 +2,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
+#include <memory>
 #include <set>
 
 #include "apps/common/errors.h"
@@ -15,6 +17,9 @@ namespace {
 
 std::string ReadFile(const std::string& path) {
   std::error_code error;
+  if (path == "-") {
+    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+  }
   if (std::filesystem::is_directory(path, error)) {
     throw Failure("a directory, not a drawing");
   }
@@ -64,6 +69,17 @@ std::vector<std::string> DrawingNames(const std::vector<std::string>& files) {
   return names;
 }
 
+// Throws Failure, which names the file.
+std::unique_ptr<kr_sheet::Drawing> Read(const std::string& file, const std::string& name,
+                                        const kr_sheet::ImportOptions& options,
+                                        kr_sheet::Counts& counts) {
+  try {
+    return kr_sheet::ImportDxf(ReadFile(file), name, options, counts);
+  } catch (...) {
+    throw Failure(file + ": " + TextOfException());
+  }
+}
+
 void Report(const std::string& file, const kr_sheet::Counts& counts) {
   for (const auto& [kind, count] : counts) {
     for (const auto& [why, number] : count.unread) {
@@ -97,9 +113,10 @@ void Add(kr_sheet::Counts& sum, const kr_sheet::Counts& counts) {
 }  // namespace
 
 void SheetImport(const std::vector<std::string>& files, const std::string& store_path,
-                 const kr_sheet::ImportOptions& options) {
+                 const std::string& name, const kr_sheet::ImportOptions& options) {
   kr_sheet::SheetStore store(store_path, kr_sheet::SheetStore::Access::kWrite);
-  const std::vector<std::string> names = DrawingNames(files);
+  const std::vector<std::string> names =
+      name.empty() ? DrawingNames(files) : std::vector<std::string>(files.size(), name);
   kr_sheet::Counts sum;
   std::size_t failed = 0;
   std::uint64_t elements = 0;
@@ -107,14 +124,12 @@ void SheetImport(const std::vector<std::string>& files, const std::string& store
     Progress progress("drawings", files.size());
     for (std::size_t i = 0; i < files.size(); ++i) {
       try {
-        Naming(files[i], [&] {
-          kr_sheet::Counts counts;
-          const auto drawing = kr_sheet::ImportDxf(ReadFile(files[i]), names[i], options, counts);
-          Report(files[i], counts);
-          Add(sum, counts);
-          elements += drawing->count();
-          store.put(*drawing);
-        });
+        kr_sheet::Counts counts;
+        const auto drawing = Read(files[i], names[i], options, counts);
+        Report(files[i], counts);
+        Add(sum, counts);
+        elements += drawing->count();
+        store.put(*drawing);
       } catch (...) {
         ++failed;
         std::fprintf(stderr, "kr: %s\n", TextOfException().c_str());

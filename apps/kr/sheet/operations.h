@@ -9,8 +9,9 @@
 
 namespace kr_app {
 
+// "-" among the files is standard input. With `name` there is one file.
 void SheetImport(const std::vector<std::string>& files, const std::string& store,
-                 const kr_sheet::ImportOptions& options);
+                 const std::string& name, const kr_sheet::ImportOptions& options);
 void SheetList(const std::string& store);
 
 struct DrawOptions {

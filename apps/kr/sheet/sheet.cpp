@@ -13,6 +13,7 @@ struct Arguments {
   std::vector<std::string> files;
   std::string store;
   std::string units;
+  std::string name;
   kr_sheet::ImportOptions import;
   DrawOptions draw;
   std::string size;
@@ -76,32 +77,36 @@ void AddDraw(CLI::App* sheet, const std::shared_ptr<Arguments>& a) {
 }
 
 void AddImport(CLI::App* sheet, const std::shared_ptr<Arguments>& a) {
-  CLI::App* import = sheet->add_subcommand(
+  CLI::App* reading = sheet->add_subcommand(
       "import", "Read DXF drawings into a container, in the place of those of the same name");
-  import->add_option("DRAWING", a->files, "DXF files in their text form")->required();
-  import->add_option("-o,--output", a->store, "The container; made when missing")->required();
-  import
+  reading->add_option("DRAWING", a->files, "DXF files in their text form; - for standard input")
+      ->required();
+  reading->add_option("-o,--output", a->store, "The container; made when missing")->required();
+  reading->add_option("--name", a->name, "What a single drawing is called in the container");
+  reading
       ->add_option("--tolerance", a->import.tolerance,
                    "Micrometres between a curve and the lines that stand for it")
       ->check(CLI::Range(1.0, 1e6))
       ->capture_default_str();
-  import
+  reading
       ->add_option("--units", a->units,
                    "The drawings' unit (mm, cm, m, in, ft, ...) instead of what they say")
       ->check([](const std::string& name) {
         return kr_sheet::UnitOfName(name) < 0 ? "no unit that is known" : "";
-});
-import->footer(
-    "A drawing that tells no unit counts in millimetres.\n"
-    "Examples:\n"
-    "  kr sheet import house.dxf -o plans.krd\n"
-    "  kr sheet import parts/*.dxf -o parts.krd --units in");
-  import->callback([a] {
+      });
+  reading->footer(
+      "A drawing that tells no unit counts in millimetres.\n"
+      "Examples:\n"
+      "  kr sheet import house.dxf -o plans.krd\n"
+      "  kr sheet import parts/*.dxf -o parts.krd --units in");
+  reading->callback([a] {
     a->import.units = a->units.empty() ? -1 : kr_sheet::UnitOfName(a->units);
-  SheetImport(a->files, a->store, a->import);
-  }  // namespace
-);
-}  // namespace kr_app
+    if (!a->name.empty() && a->files.size() > 1) {
+      throw CLI::ValidationError("--name", "is for one drawing");
+    }
+    SheetImport(a->files, a->store, a->name, a->import);
+  });
+}
 
 }  // namespace
 
