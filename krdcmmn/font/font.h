@@ -12,6 +12,7 @@
 
 #include "krdcmmn/core/geometry.h"
 #include "krdcmmn/core/tarray.h"
+#include "krdcmmn/font/font_exception.h"
 #include "krdcmmn/host/mapfile.h"
 #include "krdcmmn/platform/export.h"
 #include "krdcmmn/platform/types.h"
@@ -59,8 +60,8 @@ class KRDCMMN_API font {
   // A load costs time and memory in proportion to its input: a program cannot repeat or call
   // anything, so no byte of a font yields more than 24 bytes of primitives.
 
-  // Loads by extension, ".shp" or ".shx" in any case. Throws FontException (font_exception.h), with
-  // the font unchanged, for an empty path and any other extension.
+  // Loads by extension, ".shp" or ".shx" in any case. Throws FontException, with the
+  // font unchanged, for an empty path and any other extension.
   bool LoadFile(const char* path);
 
   // Reads a compiled font of either layout and prints "\nDone.\n" on standard output. Throws

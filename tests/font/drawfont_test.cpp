@@ -211,7 +211,7 @@ TEST_F(DrawFontTest, NoFontNoHeightAndHugeValuesAreHarmless) {
     text.SetMirror(v < 0);
     glyphs.advance['A'] = {v, v};
     text.Write({v, v}, "AAABCC\nA", sink);
-    text.Draw({v, -v}, "AAABCC\nA", stage.device, true);
+    text.Draw({v, ~v}, "AAABCC\nA", stage.device, true);
     Frame("AABC");
   }
 }
