@@ -9,9 +9,9 @@
 #include "krdcmmn/core/byte_order.h"
 #include "krdcmmn/core/checksum.h"
 #include "krdcmmn/core/exception.h"
-#include "krdcmmn/core/marray.h"
 #include "krdcmmn/core/plane_coder.h"
 #include "krdcmmn/core/plane_transpose.h"
+#include "krdcmmn/core/tarray.h"
 #include "krdcmmn/platform/files.h"
 
 namespace KRD {
@@ -21,10 +21,13 @@ namespace {
 constexpr int kShortTransfer = 2;
 constexpr int kDamagedBlock = 3;
 
-// Planes are copied out of the elements in what a second-level cache holds. On the way back all of
-// them wait for the last one's stream to be found whole, as long as this is not too much.
+// Planes are copied out of the elements a few at a time. On the way back all of them wait for the
+// last one's stream to be found whole, as long as this is not too much; then the streams are looked
+// through first.
 constexpr std::size_t kPackScratch = std::size_t{2} << 20;
 constexpr std::size_t kUnpackScratch = std::size_t{8} << 20;
+constexpr std::size_t kStretch = 16384;    // elements that are put together at a time
+constexpr std::size_t kTileElements = 16;  // at least
 constexpr std::size_t kMostKept = std::size_t{4} << 20;
 constexpr std::size_t kMaxPayload = 1000000000;  // what one array of bytes may hold
 
@@ -57,12 +60,13 @@ class Scratch {
   KeptScratch held_;
 };
 
-// A stretch of planes at a time, copied out of the elements or waiting to go into them.
+// A few planes at a time, copied out of the elements.
 class PlaneGroup {
  public:
-  PlaneGroup(std::size_t count, std::size_t stride, std::size_t scratch)
+  PlaneGroup(std::size_t count, std::size_t stride)
       : count_(count),
-        planes_(std::clamp(std::max(scratch, count * stride / 4) / count, std::size_t{1}, stride)),
+        planes_(
+            std::clamp(std::max(kPackScratch, count * stride / 4) / count, std::size_t{1}, stride)),
         bytes_(count_ * planes_) {}
 
   // Planes from `first` on that go together in a stride of `stride`.
@@ -73,9 +77,6 @@ class PlaneGroup {
 
   void gather(const char* elements, std::size_t stride, std::size_t first) {
     GatherPlanes(bytes_.get(), count_, elements, count_, stride, first, size(first, stride));
-  }
-  void scatter(char* elements, std::size_t stride, std::size_t first) const {
-    ScatterPlanes(elements, bytes_.get(), count_, count_, stride, first, size(first, stride));
   }
 
  private:
@@ -125,7 +126,7 @@ void ForEachPlane(const char* elements, std::size_t count, std::size_t stride, W
     work(elements);
     return;
   }
-  PlaneGroup group(count, stride, kPackScratch);
+  PlaneGroup group(count, stride);
   for (std::size_t first = 0; first < stride; first += group.size(first, stride)) {
     group.gather(elements, stride, first);
     for (std::size_t g = 0; g < group.size(first, stride); ++g) {
@@ -134,12 +135,35 @@ void ForEachPlane(const char* elements, std::size_t count, std::size_t stride, W
   }
 }
 
-// Whether the payload holds a whole stream for every plane.
-bool HoldsPlanes(const char* payload, const char* end, std::size_t count, std::size_t stride) {
+// One reader a plane; false when the payload does not hold a whole stream for each.
+bool MakeReaders(TARRAY<PlaneReader>& readers, const char* payload, const char* end,
+                 std::size_t count, std::size_t stride) {
   for (std::size_t k = 0; k < stride && payload != nullptr; ++k) {
+    readers.add(PlaneReader(payload, end));
     payload = SkipPlane(count, payload, end);
   }
   return payload != nullptr;
+}
+
+// All planes side by side, a stretch of elements at a time, once all streams are known to be whole.
+bool UnpackInStretches(const char* payload, const char* end, char* elements, std::size_t count,
+                       std::size_t stride) {
+  TARRAY<PlaneReader> readers;
+  if (!MakeReaders(readers, payload, end, count, stride)) {
+    return false;
+  }
+  const std::size_t stretch = std::clamp(kUnpackScratch / stride, kTileElements, kStretch);
+  const Scratch planes(stretch * stride);
+  for (std::size_t from = 0; from < count; from += stretch) {
+    const std::size_t n = std::min(stretch, count - from);
+    char* plane = planes.get();
+    for (PlaneReader& reader : readers) {
+      reader.read(plane, n);
+      plane += stretch;
+    }
+    ScatterPlanes(elements + from * stride, planes.get(), stretch, n, stride, 0, stride);
+  }
+  return true;
 }
 
 }  // namespace
@@ -255,21 +279,21 @@ bool UnpackPayload(const char* payload, std::size_t size, char* elements, int co
   const auto stride = static_cast<std::size_t>(size_elem);
   const char* const end = payload + size;
   if (stride == 1) {
-    return HoldsPlanes(payload, end, n, 1) && UnpackPlane(elements, elements + n, payload, end);
+    return SkipPlane(n, payload, end) != nullptr &&
+           UnpackPlane(elements, elements + n, payload, end) != nullptr;
   }
-  PlaneGroup group(n, stride, kUnpackScratch);
-  if (group.size(0, stride) < stride && !HoldsPlanes(payload, end, n, stride)) {
-    return false;
+  if (n * stride > kUnpackScratch) {
+    return UnpackInStretches(payload, end, elements, n, stride);
   }
-  for (std::size_t first = 0; first < stride; first += group.size(first, stride)) {
-    for (std::size_t g = 0; g < group.size(first, stride); ++g) {
-      payload = UnpackPlane(group.plane(g), group.plane(g) + n, payload, end);
-      if (payload == nullptr) {
-        return false;  // all planes are in one group, and nothing was scattered yet
-      }
+  const Scratch planes(n * stride);
+  for (std::size_t k = 0; k < stride; ++k) {
+    char* const plane = planes.get() + k * n;
+    payload = UnpackPlane(plane, plane + n, payload, end);
+    if (payload == nullptr) {
+      return false;
     }
-    group.scatter(elements, stride, first);
   }
+  ScatterPlanes(elements, planes.get(), n, n, stride, 0, stride);
   return true;
 }
 

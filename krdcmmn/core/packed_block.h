@@ -2,8 +2,9 @@
 // The form is that of block_format.h: nothing for no elements, the raw bytes for 1 to 3, else a
 // block of byte planes.
 //
-// Beside the result the work takes a scratch of 8 MB at most, or a quarter of a larger array (one
-// plane of it, if that is more). Each thread keeps up to 4 MB of it for the next time.
+// Beside the result packing takes a scratch of 2 MB at most, or a quarter of a larger array (one
+// plane of it, if that is more), unpacking one of 8 MB. Each thread keeps up to 4 MB of it for the
+// next time.
 #pragma once
 
 #include <cstddef>

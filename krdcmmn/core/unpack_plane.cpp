@@ -101,197 +101,223 @@ constexpr std::size_t kMostShort = 33;              // bytes of a token without 
 constexpr std::size_t kInputAhead = 1 + 2 * kStep;  // a literal of them
 constexpr std::size_t kOutputAhead = kMostShort + 2 * kStep;
 
-class PlaneDecoder {
- public:
-  PlaneDecoder(char* target, char* target_end, const char* stream, const char* stream_end)
-      : in_(reinterpret_cast<const Byte*>(stream)),
-        in_end_(reinterpret_cast<const Byte*>(stream_end)),
-        out_(reinterpret_cast<Byte*>(target)),
-        out_end_(reinterpret_cast<Byte*>(target_end)) {}
+void StoreTwice(Byte* out, std::uint64_t eight) {
+  StoreU64(out, eight);
+  StoreU64(out + 8, eight);
+}
 
-  const char* run() {
-    while (out_ != out_end_) {
-      shortTokens();
-      if (out_ != out_end_ && !anyToken()) {
-        return nullptr;
-      }
-    }
-    return reinterpret_cast<const char*>(in_);
+// At most kMostShort bytes of the pair, and up to the next step beyond them.
+void FillPattern(Byte* out, std::size_t produced, std::uint32_t pair) {
+  const std::uint64_t eight = pair * 0x0001000100010001u;
+  StoreTwice(out, eight);
+  if (produced > kStep) {
+    StoreTwice(out + kStep, eight);
+    StoreTwice(out + 2 * kStep, eight);
   }
+}
 
- private:
-  // Tokens without prefixes, as long as both sides have room to be careless; stops at any other.
-  // Its state is in locals, since stores of characters could change anything else.
-  void shortTokens() {
-    const Byte* in = in_;
-    Byte* out = out_;
-    std::uint32_t recents = recents_;
-    for (;;) {
-      // As many tokens as fit whatever they are.
-      std::size_t tokens = std::min(static_cast<std::size_t>(in_end_ - in) / kInputAhead,
-                                    static_cast<std::size_t>(out_end_ - out) / kOutputAhead);
-      if (tokens == 0) {
-        break;
-      }
-      for (; tokens != 0; --tokens) {
-        const Byte command = in[0];
-        const PatternRow row = kPatterns[command];
-        if (row.produced != 0) {
-          const std::uint32_t bytes = recents | std::uint32_t{in[1]} << kShiftOperand;
-          const std::uint32_t first = bytes >> row.first_shift & 0xff;
-          const std::uint32_t second = bytes >> row.second_shift & 0xff;
-          FillPattern(out, row.produced, first | second << 8);
-          recents = ((recents << 8 | second) & row.pushed) | (recents & ~row.pushed);
-          out += row.produced;
-          in += 1 + std::size_t{(command & 0xe0) == kRepeatNew.base};
-        } else if (command < kRepeatRecent1.base) {
-          std::memcpy(out, in + 1, kStep);
-          std::memcpy(out + kStep, in + 1 + kStep, kStep);
-          out += command + kLiteral.bias;
-          in += 1u + command + kLiteral.bias;
-        } else if ((command & 0xf0) == kAlternateNew.base) {
-          const unsigned produced = command - unsigned{kAlternateNew.base} + kAlternateNew.bias;
-          FillPattern(out, produced, LoadU16(in + 1));
-          recents = PushPair(recents, in[1], in[2]);
-          out += produced;
-          in += 3;
-        } else {
-          in_ = in;
-          out_ = out;
-          recents_ = recents;
-          return;
-        }
-      }
-    }
-    in_ = in;
-    out_ = out;
-    recents_ = recents;
-  }
+// The pair becomes the two recent bytes, and of the old two the one that is not in it is kept as
+// the third, if there is one.
+std::uint32_t PushPair(std::uint32_t recents, Byte x, Byte y) {
+  const std::uint32_t recent0 = recents & 0xff;
+  const std::uint32_t recent1 = recents >> 8 & 0xff;
+  std::uint32_t kept = recents >> 16;
+  kept = x != recent0 && y != recent0 ? recent0 : kept;
+  kept = x != recent1 && y != recent1 ? recent1 : kept;
+  return y | std::uint32_t{x} << 8 | kept << 16;
+}
 
-  // At most kMostShort bytes of the pair, and up to the next step beyond them.
-  static void FillPattern(Byte* out, std::size_t produced, std::uint32_t pair) {
-    const std::uint64_t eight = pair * 0x0001000100010001u;
-    StoreTwice(out, eight);
-    if (produced > kStep) {
-      StoreTwice(out + kStep, eight);
-      StoreTwice(out + 2 * kStep, eight);
-    }
-  }
-  static void StoreTwice(Byte* out, std::uint64_t eight) {
-    StoreU64(out, eight);
-    StoreU64(out + 8, eight);
-  }
+std::uint32_t Pushed(std::uint32_t recents, Byte x) {
+  return (recents << 8 | x) & kPushAll;
+}
 
-  // One token of any kind, cut at the plane's end. False when the stream does not hold it.
-  bool anyToken() {
-    Token token;
-    in_ = ReadToken(in_, in_end_, token);
-    if (in_ == nullptr) {
-      return false;
-    }
-    const std::size_t n = std::min(token.produced, static_cast<std::size_t>(out_end_ - out_));
-    produce(token, n);
-    out_ += n;
-    return true;
-  }
-
-  void produce(const Token& token, std::size_t n) {
-    const Byte* const operand = token.operands;
-    switch (token.kind->base) {
-      case kLiteral.base:
-        std::memcpy(out_, operand, n);
-        break;
-      case kRampStep1.base:
-        std::swap(step_[0], step_[1]);
-        [[fallthrough]];
-      case kRampStep0.base:
-        climb(n, operand[0]);
-        break;
-      case kRampNew.base:
-        step_[1] = std::exchange(step_[0], operand[0]);
-        climb(n, operand[1]);
-        break;
-      case kZigzag.base:
-        for (std::size_t i = 0; i < n; ++i) {
-          out_[i] = static_cast<Byte>(operand[0] + i - 2 * (i % 2));
-        }
-        break;
-      case kAlternateNew.base:
-        alternate(n, operand[0], operand[1]);
-        recents_ = PushPair(recents_, operand[0], operand[1]);
-        break;
-      case kRepeatNew.base:
-        repeat(n, operand[0], true);
-        break;
-      case kRepeatRecent0.base:
-        repeat(n, recent(0), false);
-        break;
-      case kRepeatRecent1.base:
-        repeat(n, recent(1), false);
-        recents_ = token.produced > 1 ? swapped() : recents_;
-        break;
-      case kRepeatRecent2.base:
-        repeat(n, recent(2), token.produced > 1);
-        break;
-      case kAlternateOld.base:
-        alternate(n, recent(1), recent(0));
-        break;
-      case kAlternateTurned.base:
-        alternate(n, recent(0), recent(1));
-        recents_ = token.produced > 2 ? swapped() : recents_;
-        break;
-    }
-  }
-
-  void repeat(std::size_t n, Byte x, bool push) {
-    std::memset(out_, x, n);
-    recents_ = push ? (recents_ << 8 | x) & kPushAll : recents_;
-  }
-
-  void alternate(std::size_t n, Byte x, Byte y) {
-    for (std::size_t i = 0; i < n; ++i) {
-      out_[i] = i % 2 == 0 ? x : y;
-    }
-  }
-
-  void climb(std::size_t n, Byte x) {
-    const Byte step = step_[0];
-    for (std::size_t i = 0; i < n; ++i) {
-      out_[i] = static_cast<Byte>(x + i * step);
-    }
-  }
-
-  Byte recent(unsigned i) const { return static_cast<Byte>(recents_ >> (8 * i)); }
-  std::uint32_t swapped() const {
-    return (recents_ & 0xff) << 8 | (recents_ >> 8 & 0xff) | (recents_ & 0xff0000);
-  }
-
-  // The pair becomes the two recent bytes, and of the old two the one that is not in it is kept as
-  // the third, if there is one.
-  static std::uint32_t PushPair(std::uint32_t recents, Byte x, Byte y) {
-    const std::uint32_t recent0 = recents & 0xff;
-    const std::uint32_t recent1 = recents >> 8 & 0xff;
-    std::uint32_t kept = recents >> 16;
-    kept = x != recent0 && y != recent0 ? recent0 : kept;
-    kept = x != recent1 && y != recent1 ? recent1 : kept;
-    return y | std::uint32_t{x} << 8 | kept << 16;
-  }
-
-  const Byte* in_;
-  const Byte* in_end_;
-  Byte* out_;
-  Byte* out_end_;
-  // The recent bytes, the latest lowest.
-  std::uint32_t recents_ =
-      kFirstRecent[0] | std::uint32_t{kFirstRecent[1]} << 8 | std::uint32_t{kFirstRecent[2]} << 16;
-  Byte step_[2] = {kFirstStep[0], kFirstStep[1]};
-};
+std::uint32_t Swapped(std::uint32_t recents) {
+  return (recents & 0xff) << 8 | (recents >> 8 & 0xff) | (recents & 0xff0000);
+}
 
 }  // namespace
 
+PlaneReader::PlaneReader(const char* stream, const char* stream_end)
+    : in_(reinterpret_cast<const Byte*>(stream)),
+      in_end_(reinterpret_cast<const Byte*>(stream_end)),
+      recents_(kFirstRecent[0] | std::uint32_t{kFirstRecent[1]} << 8 |
+               std::uint32_t{kFirstRecent[2]} << 16),
+      step_{kFirstStep[0], kFirstStep[1]} {}
+
+bool PlaneReader::read(char* target, std::size_t count) {
+  auto* out = reinterpret_cast<Byte*>(target);
+  Byte* const out_end = out + count;
+  while (out != out_end) {
+    if (piece_.left == 0) {
+      out = readShort(out, out_end);
+      if (out == out_end) {
+        break;
+      }
+      if (!begin()) {
+        return false;
+      }
+    }
+    const std::size_t n = std::min(piece_.left, static_cast<std::size_t>(out_end - out));
+    fill(out, n);
+    out += n;
+  }
+  return true;
+}
+
+// Tokens without prefixes, as long as both sides have room to be careless; stops at any other. Its
+// state is in locals, since stores of characters could change anything else.
+PlaneReader::Byte* PlaneReader::readShort(Byte* out, const Byte* out_end) {
+  const Byte* in = in_;
+  std::uint32_t recents = recents_;
+  for (;;) {
+    // As many tokens as fit whatever they are.
+    std::size_t tokens = std::min(static_cast<std::size_t>(in_end_ - in) / kInputAhead,
+                                  static_cast<std::size_t>(out_end - out) / kOutputAhead);
+    if (tokens == 0) {
+      break;
+    }
+    for (; tokens != 0; --tokens) {
+      const Byte command = in[0];
+      const PatternRow row = kPatterns[command];
+      if (row.produced != 0) {
+        const std::uint32_t bytes = recents | std::uint32_t{in[1]} << kShiftOperand;
+        const std::uint32_t first = bytes >> row.first_shift & 0xff;
+        const std::uint32_t second = bytes >> row.second_shift & 0xff;
+        FillPattern(out, row.produced, first | second << 8);
+        recents = ((recents << 8 | second) & row.pushed) | (recents & ~row.pushed);
+        out += row.produced;
+        in += 1 + std::size_t{(command & 0xe0) == kRepeatNew.base};
+      } else if (command < kRepeatRecent1.base) {
+        std::memcpy(out, in + 1, kStep);
+        std::memcpy(out + kStep, in + 1 + kStep, kStep);
+        out += command + kLiteral.bias;
+        in += 1u + command + kLiteral.bias;
+      } else if ((command & 0xf0) == kAlternateNew.base) {
+        const unsigned produced = command - unsigned{kAlternateNew.base} + kAlternateNew.bias;
+        FillPattern(out, produced, LoadU16(in + 1));
+        recents = PushPair(recents, in[1], in[2]);
+        out += produced;
+        in += 3;
+      } else {
+        in_ = in;
+        recents_ = recents;
+        return out;
+      }
+    }
+  }
+  in_ = in;
+  recents_ = recents;
+  return out;
+}
+
+// The next token of any kind becomes the piece to be filled in, and leaves its mark on the state.
+// False when the stream does not hold it.
+bool PlaneReader::begin() {
+  Token token;
+  const Byte* const behind = ReadToken(in_, in_end_, token);
+  if (behind == nullptr) {
+    return false;
+  }
+  in_ = behind;
+  piece_ = {};
+  piece_.left = token.produced;
+  const Byte* const operand = token.operands;
+  switch (token.kind->base) {
+    case kLiteral.base:
+      piece_.source = operand;
+      break;
+    case kRepeatRecent0.base:
+      beginPattern(recent(0), recent(0));
+      break;
+    case kRepeatRecent1.base:
+      beginPattern(recent(1), recent(1));
+      recents_ = token.produced > 1 ? Swapped(recents_) : recents_;
+      break;
+    case kRepeatRecent2.base:
+      beginPattern(recent(2), recent(2));
+      recents_ = token.produced > 1 ? Pushed(recents_, recent(2)) : recents_;
+      break;
+    case kRepeatNew.base:
+      beginPattern(operand[0], operand[0]);
+      recents_ = Pushed(recents_, operand[0]);
+      break;
+    case kAlternateOld.base:
+      beginPattern(recent(1), recent(0));
+      break;
+    case kAlternateTurned.base:
+      beginPattern(recent(0), recent(1));
+      recents_ = token.produced > 2 ? Swapped(recents_) : recents_;
+      break;
+    case kAlternateNew.base:
+      beginPattern(operand[0], operand[1]);
+      recents_ = PushPair(recents_, operand[0], operand[1]);
+      break;
+    case kZigzag.base:
+      piece_.form = Piece::kZigzag;
+      piece_.first = operand[0];
+      break;
+    case kRampStep0.base:
+      beginClimb(operand[0]);
+      break;
+    case kRampStep1.base:
+      std::swap(step_[0], step_[1]);
+      beginClimb(operand[0]);
+      break;
+    case kRampNew.base:
+      step_[1] = std::exchange(step_[0], operand[0]);
+      beginClimb(operand[1]);
+      break;
+  }
+  return true;
+}
+
+void PlaneReader::beginPattern(Byte first, Byte second) {
+  piece_.form = Piece::kPattern;
+  piece_.first = first;
+  piece_.second = second;
+}
+
+void PlaneReader::beginClimb(Byte first) {
+  piece_.form = Piece::kClimb;
+  piece_.first = first;
+  piece_.second = step_[0];
+}
+
+void PlaneReader::fill(Byte* out, std::size_t n) {
+  const Piece piece = piece_;  // out of reach of the stores
+  piece_.left -= n;
+  piece_.done += n;
+  switch (piece.form) {
+    case Piece::kCopy:
+      std::memcpy(out, piece.source + piece.done, n);
+      break;
+    case Piece::kPattern:
+      if (piece.first == piece.second) {
+        std::memset(out, piece.first, n);
+        break;
+      }
+      for (std::size_t i = 0; i < n; ++i) {
+        out[i] = (piece.done + i) % 2 == 0 ? piece.first : piece.second;
+      }
+      break;
+    case Piece::kClimb:
+      for (std::size_t i = 0; i < n; ++i) {
+        out[i] = static_cast<Byte>(piece.first + (piece.done + i) * piece.second);
+      }
+      break;
+    case Piece::kZigzag:
+      for (std::size_t i = piece.done; i < piece.done + n; ++i) {
+        out[i - piece.done] = static_cast<Byte>(piece.first + i - 2 * (i % 2));
+      }
+      break;
+  }
+}
+
 const char* UnpackPlane(char* target, char* target_end, const char* stream,
                         const char* stream_end) {
-  return PlaneDecoder(target, target_end, stream, stream_end).run();
+  PlaneReader reader(stream, stream_end);
+  const bool good = reader.read(target, static_cast<std::size_t>(target_end - target));
+  return good ? reader.position() : nullptr;
 }
 
 const char* SkipPlane(std::size_t count, const char* stream, const char* stream_end) {

@@ -1,5 +1,6 @@
 #include "krdcmmn/core/plane_coder.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -66,6 +67,13 @@ void CheckPlane(const std::string& plane) {
   ASSERT_EQ(Hex(back.plane), Hex(plane));
   ASSERT_EQ(back.used, stream.size());
   const char* const end = stream.data() + stream.size();
+  KRD::PlaneReader reader(stream.data(), end);
+  std::string pieces(plane.size(), 'x');
+  for (std::size_t from = 0, n = 1; from < plane.size(); from += n, n = (n * 7 + from) % 150 + 1) {
+    ASSERT_TRUE(reader.read(&pieces[from], std::min(n, plane.size() - from)));
+  }
+  ASSERT_EQ(Hex(pieces), Hex(plane));
+  ASSERT_EQ(reader.position(), end);
   ASSERT_EQ(KRD::SkipPlane(plane.size(), stream.data(), end), end);
 }
 
