@@ -26,6 +26,32 @@ bool InSweep(const Arc& arc, std::int64_t dx, std::int64_t dy) {
   return cross(fx, fy, tx, ty) >= 0 ? after_from && before_to : after_from || before_to;
 }
 
+// A point that stands for the element.
+KRD::DOT PlaceOf(const Drawing& d, const Polygon& e) {
+  return d.corners[static_cast<unsigned>(e.first)];
+}
+template <class Element>
+KRD::DOT PlaceOf(const Drawing&, const Element& e) {
+  if constexpr (requires { e.at; }) {
+    return e.at;
+  } else if constexpr (requires { e.centre; }) {
+    return e.centre;
+  } else {
+    return e.from;
+  }
+}
+
+// The order of a curve that goes through the quarters of the plane, through the quarters of each
+// quarter, and so on: what is near in it is near in the plane.
+bool ZOrderLess(KRD::DOT a, KRD::DOT b) {
+  const auto lifted = [](std::int32_t v) { return static_cast<std::uint32_t>(v) ^ 0x80000000u; };
+  const std::uint32_t x = lifted(a.x) ^ lifted(b.x);
+  const std::uint32_t y = lifted(a.y) ^ lifted(b.y);
+  // The axis in which the two differ in the higher bit decides.
+  const bool by_y = x < y && x < (x ^ y);
+  return by_y ? lifted(a.y) < lifted(b.y) : lifted(a.x) < lifted(b.x);
+}
+
 bool PenSeen(const Drawing& d, std::int32_t pen) {
   const Pen& p = d.pens[static_cast<unsigned>(pen)];
   return (d.layers[static_cast<unsigned>(p.layer)].flags & kLayerHidden) == 0;
@@ -188,9 +214,10 @@ bool Drawing::extents(KRD::LTRB& box) const {
 }
 
 void Drawing::sortByPen() {
-  ForEachKind(*this, [](const char*, auto& elements) {
-    std::stable_sort(elements.begin(), elements.end(),
-                     [](const auto& a, const auto& b) { return a.pen < b.pen; });
+  ForEachKind(*this, [&](const char*, auto& elements) {
+    std::stable_sort(elements.begin(), elements.end(), [&](const auto& a, const auto& b) {
+      return a.pen != b.pen ? a.pen < b.pen : ZOrderLess(PlaceOf(*this, a), PlaceOf(*this, b));
+    });
   });
 }
 

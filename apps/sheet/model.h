@@ -3,7 +3,7 @@
 // Model units are micrometres, y pointing up. Elements are plain records of 32-bit integers in
 // MARRAYs, which move into a storage and out of it as whole blocks (docs/krd-format.md): the
 // records here are the records there. Elements of a kind stand in the order of their pens, so that
-// those of one pen make one run; within a pen in the order of the source.
+// those of one pen make one run, and within a pen neighbours stand together.
 #pragma once
 
 #include <cstdint>
@@ -149,7 +149,7 @@ struct Drawing {
   // The box of all elements, texts by a rough estimate of their size; false, and an empty box,
   // without elements. Hidden layers count only when nothing else is there.
   bool extents(KRD::LTRB& box) const;
-  // Puts every kind into the order of its pens.
+  // Puts every kind into the order of its pens, and within a pen by place.
   void sortByPen();
   // Why the drawing is damaged, or an empty text: every index leads somewhere, counts and sizes
   // are not negative.

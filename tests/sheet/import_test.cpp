@@ -1,7 +1,7 @@
 // DXF texts to drawings: entities, transformations, colours, bounds, damage.
-#include <chrono>
 #include <cmath>
 #include <numbers>
+#include <set>
 
 #include "apps/common/errors.h"
 #include "tests/sheet/imported.h"
@@ -116,7 +116,14 @@ TEST(Import, CircleUnderUnequalScaleIsAnEllipseWithinTolerance) {
       const double y = (static_cast<double>(line.from.y) + line.to.y) / 2;
       EXPECT_GE(out(x, y) * 100000, -tolerance * 4 - 4);
     }
-    EXPECT_EQ(At(d->lines[0].from), At(d->lines[d->lines.count() - 1].to));
+    // It is closed: where a line ends another one begins.
+    std::multiset<std::string> starts;
+    std::multiset<std::string> ends;
+    for (const auto& line : d->lines) {
+      starts.insert(At(line.from));
+      ends.insert(At(line.to));
+    }
+    EXPECT_EQ(starts, ends);
   }
 }
 
@@ -154,7 +161,7 @@ TEST(Import, PolylinesBecomeLinesArcsTracksAndAreas) {
   const Imported old = Import(Dxf(Entity("POLYLINE", {{66, "1"}, {40, "1"}, {41, "1"}}) + vertices +
                                   "0\nSEQEND\n" + LineEntity("0", "0", "1", "1")));
   EXPECT_EQ(old->tracks.count(), 1u);
-  EXPECT_THAT(Lines(old), ElementsAre("3000,0 3000,3000", "0,0 1000,1000"));
+  EXPECT_THAT(Lines(old), UnorderedElementsAre("3000,0 3000,3000", "0,0 1000,1000"));
 }
 
 TEST(Import, WidePolylineKeepsItsArcWithinTolerance) {

@@ -2,6 +2,7 @@
 #include "apps/sheet/painter.h"
 
 #include <random>
+#include <set>
 
 #include "apps/common/default_font.h"
 #include "tests/sheet/imported.h"
@@ -224,6 +225,35 @@ TEST(Painter, BatchesOutOfSightChangeNoPixel) {
     DrawPlainly(*d, view.stage.device, font);
     EXPECT_EQ(view.pixels(), picture) << i;
   }
+}
+
+TEST(Painter, SortingKeepsElementsAndBringsNeighboursTogether) {
+  std::mt19937 random(9);
+  Drawing d;
+  std::multiset<std::pair<int, std::string>> before;
+  for (int i = 0; i < 4000; ++i) {
+    const auto any = [&] { return static_cast<std::int32_t>(random()); };
+    d.points.add({static_cast<int>(random() % 2), {any(), any()}});
+    before.emplace(d.points[d.points.count() - 1].pen, At(d.points[d.points.count() - 1].at));
+  }
+  const auto way = [&] {
+    double sum = 0;
+    for (unsigned i = 1; i < d.points.count(); ++i) {
+      sum += std::hypot(static_cast<double>(d.points[i].at.x) - d.points[i - 1].at.x,
+                        static_cast<double>(d.points[i].at.y) - d.points[i - 1].at.y);
+    }
+    return sum;
+  };
+  const double unsorted = way();
+  d.sortByPen();
+  EXPECT_LT(way(), unsorted / 10);
+  std::multiset<std::pair<int, std::string>> after;
+  for (const auto& p : d.points) {
+    after.emplace(p.pen, At(p.at));
+  }
+  EXPECT_EQ(after, before);
+  EXPECT_TRUE(std::is_sorted(d.points.begin(), d.points.end(),
+                             [](const auto& a, const auto& b) { return a.pen < b.pen; }));
 }
 
 TEST(Painter, SecondTimeInXorRestoresEveryPixel) {
