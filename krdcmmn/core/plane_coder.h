@@ -41,7 +41,8 @@ class PlaneReader {
 
   // What is left of the last token.
   struct Piece {
-    enum Form { kCopy, kPattern, kClimb, kZigzag } form = kCopy;
+    enum class Form { kCopy, kPattern, kClimb, kSaw };
+    Form form = Form::kCopy;
     std::size_t left = 0;
     std::size_t done = 0;
     const Byte* source = nullptr;  // of a copy

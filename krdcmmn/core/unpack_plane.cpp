@@ -253,7 +253,7 @@ bool PlaneReader::begin() {
       recents_ = PushPair(recents_, operand[0], operand[1]);
       break;
     case kZigzag.base:
-      piece_.form = Piece::kZigzag;
+      piece_.form = Piece::Form::kSaw;
       piece_.first = operand[0];
       break;
     case kRampStep0.base:
@@ -272,13 +272,13 @@ bool PlaneReader::begin() {
 }
 
 void PlaneReader::beginPattern(Byte first, Byte second) {
-  piece_.form = Piece::kPattern;
+  piece_.form = Piece::Form::kPattern;
   piece_.first = first;
   piece_.second = second;
 }
 
 void PlaneReader::beginClimb(Byte first) {
-  piece_.form = Piece::kClimb;
+  piece_.form = Piece::Form::kClimb;
   piece_.first = first;
   piece_.second = step_[0];
 }
@@ -288,10 +288,10 @@ void PlaneReader::fill(Byte* out, std::size_t n) {
   piece_.left -= n;
   piece_.done += n;
   switch (piece.form) {
-    case Piece::kCopy:
+    case Piece::Form::kCopy:
       std::memcpy(out, piece.source + piece.done, n);
       break;
-    case Piece::kPattern:
+    case Piece::Form::kPattern:
       if (piece.first == piece.second) {
         std::memset(out, piece.first, n);
         break;
@@ -300,12 +300,12 @@ void PlaneReader::fill(Byte* out, std::size_t n) {
         out[i] = (piece.done + i) % 2 == 0 ? piece.first : piece.second;
       }
       break;
-    case Piece::kClimb:
+    case Piece::Form::kClimb:
       for (std::size_t i = 0; i < n; ++i) {
         out[i] = static_cast<Byte>(piece.first + (piece.done + i) * piece.second);
       }
       break;
-    case Piece::kZigzag:
+    case Piece::Form::kSaw:
       for (std::size_t i = piece.done; i < piece.done + n; ++i) {
         out[i - piece.done] = static_cast<Byte>(piece.first + i - 2 * (i % 2));
       }
