@@ -31,33 +31,47 @@ constexpr std::size_t kTileElements = 16;  // at least
 constexpr std::size_t kMostKept = std::size_t{4} << 20;
 constexpr std::size_t kMaxPayload = 1000000000;  // what one array of bytes may hold
 
-// Fresh pages cost more than the work on them, so each thread keeps its last scratch.
+// Fresh pages cost more than the work on them, so each thread keeps its last scratch. Objects that
+// are destroyed late in the thread may pack still, so what is kept needs no destructor of its own.
 struct KeptScratch {
-  HeapBytes bytes;
-  std::size_t size = 0;
+  char* bytes;
+  std::size_t size;
+  bool closed;
 };
-thread_local KeptScratch kept_scratch;
+thread_local KeptScratch kept_scratch{};
+
+struct KeptScratchEnd {
+  ~KeptScratchEnd() {
+    std::free(kept_scratch.bytes);
+    kept_scratch = {nullptr, 0, true};
+  }
+};
 
 class Scratch {
  public:
-  explicit Scratch(std::size_t size) : held_(std::exchange(kept_scratch, {})) {
-    if (held_.size < size) {
-      held_.bytes.reset();
-      held_ = {AllocateBytes(size), size};
+  explicit Scratch(std::size_t size) : size_(std::exchange(kept_scratch.size, 0)) {
+    static thread_local const KeptScratchEnd end;
+    bytes_.reset(std::exchange(kept_scratch.bytes, nullptr));
+    if (size_ < size) {
+      bytes_.reset();
+      bytes_ = AllocateBytes(size);
+      size_ = size;
     }
   }
   ~Scratch() {
-    if (held_.size <= kMostKept) {
-      kept_scratch = std::move(held_);
+    if (size_ <= kMostKept && kept_scratch.bytes == nullptr && !kept_scratch.closed) {
+      kept_scratch.bytes = bytes_.release();
+      kept_scratch.size = size_;
     }
   }
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
 
-  char* get() const { return held_.bytes.get(); }
+  char* get() const { return bytes_.get(); }
 
  private:
-  KeptScratch held_;
+  HeapBytes bytes_;
+  std::size_t size_;
 };
 
 // A few planes at a time, copied out of the elements.

@@ -27,14 +27,8 @@ class Array : public MARRAY {
   using MARRAY::allocSeg;
   using MARRAY::data;
   using MARRAY::freeSeg;
-  using MARRAY::MarrayFree;
-  using MARRAY::MarrayVirtualMove;
   using MARRAY::nElem;
   using MARRAY::pageKept;
-  using MARRAY::RoundToGranularityAddr;
-  using MARRAY::RoundToGranularitySize;
-  using MARRAY::RoundToPageAddr;
-  using MARRAY::RoundToPageSize;
   using MARRAY::setMaxNElem;
   using MARRAY::sizeElem;
   using MARRAY::sizeIndex;
@@ -477,17 +471,6 @@ TEST(Marray, LoweredCapacityStaysReserved) {
   small.setNElem(10);
   EXPECT_EQ(small.setMaxNElem(11), 11);
   EXPECT_EQ(small.setMaxNElem(10), 11);
-}
-
-TEST(Marray, SizesAndAddressesAreRounded) {
-  EXPECT_EQ(Array::RoundToPageSize(0), 0u);
-  EXPECT_EQ(Array::RoundToPageSize(1), 0x1000u);
-  EXPECT_EQ(Array::RoundToPageSize(0x1000), 0x1000u);
-  EXPECT_EQ(Array::RoundToGranularitySize(0), 0u);
-  EXPECT_EQ(Array::RoundToGranularitySize(0x10001), 0x20000u);
-  char* const address = reinterpret_cast<char*>(std::uintptr_t{0x123456789});
-  EXPECT_EQ(Array::RoundToPageAddr(address), address - 0x789);
-  EXPECT_EQ(Array::RoundToGranularityAddr(address), address - 0x6789);
 }
 
 }  // namespace
