@@ -16,11 +16,7 @@ void AddVfs(CLI::App& kr);
 void AddXml(CLI::App& kr);
 
 inline constexpr void (*kCommands[])(CLI::App&) = {
-    AddVfs,
-    AddFont,
-    AddXml,
-    AddText,
-    AddSheet,
+    AddVfs, AddFont, AddXml, AddText, AddSheet,
 };
 
 }  // namespace kr_app
