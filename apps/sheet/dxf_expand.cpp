@@ -132,8 +132,8 @@ class Expander {
     const FDOT at = n.point();
     const FDOT scale = n.point();
     const double angle = n.next();
-    const double columns = n.next();
-    const double rows = n.next();
+    const auto columns = static_cast<std::int64_t>(n.next());
+    const auto rows = static_cast<std::int64_t>(n.next());
     const FDOT distance = n.point();
     const auto found =
         source_.blocks.find(source_.block_names[static_cast<std::size_t>(item.index)]);
@@ -153,11 +153,12 @@ class Expander {
     open_.push_back(&block);
     const Affine turned = to * Moved(at.x, at.y) * Turned(angle);
     const Affine inner = Scaled(scale.x, scale.y) * Moved(-block.base.x, -block.base.y);
-    for (double row = 0; row < rows; ++row) {
-      for (double column = 0; column < columns; ++column) {
+    for (std::int64_t row = 0; row < rows; ++row) {
+      for (std::int64_t column = 0; column < columns; ++column) {
         step();
-        items(block.items, turned * Moved(column * distance.x, row * distance.y) * inner, look,
-              depth + 1);
+        const Affine moved =
+            Moved(static_cast<double>(column) * distance.x, static_cast<double>(row) * distance.y);
+        items(block.items, turned * moved * inner, look, depth + 1);
       }
     }
     open_.pop_back();

@@ -166,8 +166,10 @@ void Grow(Bounds& box, const Drawing& d, const Text& e) {
   const double w = kLetter * static_cast<double>(size.letters) * e.height * e.width_factor / 1000 *
                    (e.mirrored != 0 ? -1 : 1);
   const double h = e.height * (1 + kLine * static_cast<double>(size.lines - 1));
-  const double left = -w * (e.align % 3) / 2;
-  const double bottom = -h * (2 - e.align / 3) / 2;
+  const int column = e.align % 3;
+  const int row = 2 - e.align / 3;  // from below
+  const double left = -w * column / 2;
+  const double bottom = -h * row / 2;
   const double angle = e.angle * std::numbers::pi / 1800;
   for (const auto& [x, y] : {std::pair(left, bottom), std::pair(left + w, bottom),
                              std::pair(left, bottom + h), std::pair(left + w, bottom + h)}) {

@@ -74,8 +74,10 @@ void Painter::prepareTexts(unsigned char diameter) {
     const DOT shift = kr_app::WidthCorrection(layout, strings_(static_cast<unsigned>(text.text)));
     // The layout hangs a text by the height of the font. Here it hangs by its capitals, which are
     // lower by what reaches below the baseline.
-    const double rise = font_->descent * layout.heightScale * (2 - text.align / 3) / 2;
-    const double turn = (layout.angle / 10) * std::numbers::pi / 180;
+    const int row = 2 - text.align / 3;         // from below
+    const int whole_degrees = text.angle / 10;  // as the layout turns
+    const double rise = font_->descent * layout.heightScale * row / 2;
+    const double turn = whole_degrees * std::numbers::pi / 180;
     anchors_.push_back(
         {Clamped(std::int64_t{text.at.x} + shift.x - KRD::RoundHalfAway(rise * std::sin(turn))),
          Clamped(std::int64_t{text.at.y} + shift.y + KRD::RoundHalfAway(rise * std::cos(turn)))});
