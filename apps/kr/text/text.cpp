@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "apps/common/default_font.h"
 #include "apps/common/errors.h"
@@ -130,9 +131,15 @@ void AddPlacement(CLI::App& text, TextSettings& settings) {
       ->capture_default_str();
   text.add_option("--angle", settings.angle, "Whole degrees counter-clockwise")
       ->capture_default_str();
-  text.add_option("--align", settings.align, "Which point of the text stands at the origin")
-      ->transform(CLI::CheckedTransformer(kAlignments, CLI::ignore_case))
-      ->default_str("bottom-left");
+  std::vector<std::string> names;
+  for (const auto& [name, align] : kAlignments) {
+    names.push_back(name);
+  }
+  text.add_option_function<std::string>(
+          "--align",
+          [&settings](const std::string& name) { settings.align = kAlignments.at(name); },
+          "Which point of the text stands at the origin (bottom-left)")
+      ->check(CLI::IsMember(names));
   text.add_option("--pen", settings.pen_mm, "Stroke width in mm; 0 takes one font unit")
       ->check(CLI::Range(0.0, 1000.0))
       ->capture_default_str();
