@@ -8,6 +8,7 @@
 #include <mutex>
 #include <new>
 #include <sys/mman.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -22,7 +23,8 @@
 //     |  committed    |  ahead   |  no access      |
 //
 // The step is brought into memory at once, which is far cheaper than a fault a page, and it is the
-// whole price in memory: at most one step beyond what was committed. Large pages of the host would
+// whole price in memory: at most one step beyond what was committed, beside a few small ranges that
+// wait, open, to be used again. Large pages of the host would
 // be faster still once they are warm, but their price swings by a factor of ten.
 
 inline namespace krplatform {
@@ -34,6 +36,8 @@ constexpr std::size_t kStep = 0x10000;               // of the part that is open
 constexpr std::size_t kUnit = 0x10000;               // of reservations
 constexpr std::size_t kTable = 0x200000;             // alignment that moves whole page tables
 constexpr std::size_t kMost = std::size_t{1} << 46;  // more than the host's address space
+constexpr std::size_t kSpareSize = 0x40000;          // of a released range that is kept
+constexpr std::size_t kSpares = 16;
 
 struct Range {
   std::size_t size = 0;
@@ -125,9 +129,51 @@ class RangeTable {
   std::map<std::uintptr_t, Range> ranges_;
 };
 
+// Small ranges that were released and will soon be asked for again: an array a file, one after the
+// other. Mapping and unmapping them, and their faults, would cost more than filling them.
+class SpareRanges {
+ public:
+  // A range of this size as if it were new, its open part cleared; 0 when there is none.
+  std::uintptr_t Take(Range& range) {
+    Range spare;
+    std::uintptr_t start = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      for (std::size_t i = count_; i-- > 0 && start == 0;) {
+        if (spares_[i].second.size == range.size && spares_[i].second.page == range.page) {
+          std::tie(start, spare) = spares_[i];
+          spares_[i] = spares_[--count_];
+        }
+      }
+    }
+    if (start != 0) {
+      std::memset(PointerAt(start), 0, spare.open);
+      spare.top = 0;
+      range = spare;
+    }
+    return start;
+  }
+
+  // False when the range is not one to keep.
+  bool Keep(std::uintptr_t start, const Range& range) {
+    const std::lock_guard lock(mutex_);
+    if (range.size > kSpareSize || range.open == 0 || range.open != range.reach ||
+        !range.seams.empty() || count_ == kSpares) {
+      return false;
+    }
+    spares_[count_++] = {start, range};
+    return true;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::pair<std::uintptr_t, Range> spares_[kSpares];
+  std::size_t count_ = 0;
+};
+
 std::atomic<std::size_t> pretended_page = 0;
 
-// Neither is ever destroyed: arrays of static objects use them to the very end.
+// None is ever destroyed: arrays of static objects use them to the very end.
 HookBox& Hook() {
   static auto* hook = new HookBox;
   return *hook;
@@ -136,6 +182,11 @@ HookBox& Hook() {
 RangeTable& Ranges() {
   static auto* table = new RangeTable;
   return *table;
+}
+
+SpareRanges& Spares() {
+  static auto* spares = new SpareRanges;
+  return *spares;
 }
 
 bool Map(std::uintptr_t address, std::size_t size, int placement) {
@@ -181,7 +232,10 @@ void* Reserve(std::size_t size) {
   range.size = Up(size, std::max(kUnit, range.page));
   const std::size_t alignment =
       std::max({kUnit, range.page, range.size >= kTable ? kTable : std::size_t{0}});
-  const std::uintptr_t start = MapAligned(range.size, alignment);
+  std::uintptr_t start = Spares().Take(range);
+  if (start == 0) {
+    start = MapAligned(range.size, alignment);
+  }
   if (start == 0) {
     return nullptr;
   }
@@ -308,9 +362,9 @@ bool Release(std::uintptr_t address) {
   if (entry == nullptr || entry->first != address) {
     return false;
   }
-  const std::size_t size = entry->second.size;
+  const Range range = std::move(entry->second);
   Ranges().Remove(address);
-  return munmap(PointerAt(address), size) == 0;
+  return Spares().Keep(address, range) || munmap(PointerAt(address), range.size) == 0;
 }
 
 // Moves the host pages of one mapping; `from` stays reserved. False, with both ranges as they were,
