@@ -23,9 +23,9 @@
 //     |  committed    |  ahead   |  no access      |
 //
 // The step is brought into memory at once, which is far cheaper than a fault a page, and it is the
-// whole price in memory: at most one step beyond what was committed, beside a few small ranges that
-// wait, open, to be used again. Large pages of the host would
-// be faster still once they are warm, but their price swings by a factor of ten.
+// whole price in memory: at most one step beyond what was committed, beside 16 small ranges at most
+// that wait, open, to be used again. Large pages of the host would be faster still once they are
+// warm, but their price swings by a factor of ten.
 
 inline namespace krplatform {
 

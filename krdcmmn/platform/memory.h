@@ -32,7 +32,8 @@ KRDCMMN_API void* VirtualAlloc(void* address, std::size_t size, DWORD type, DWOR
 
 // MEM_DECOMMIT: gives the memory of [address, address + size) back while the range stays reserved;
 // size 0 at the start of a range covers all of it. MEM_RELEASE (size 0, start of a range): gives
-// the whole range back. FALSE on failure.
+// the whole range back; up to 16 ranges of at most 256 KiB stay with the layer for the next
+// reservations of their size. FALSE on failure.
 KRDCMMN_API BOOL VirtualFree(void* address, std::size_t size, DWORD type);
 
 // Moves the pages of [from, from + size) to the start `to` of another reserved range. The pages
