@@ -188,17 +188,30 @@ void BASE_TEXT::copy_from(const BASE_TEXT& other) {
   if (this == &other) {
     return;
   }
-  BASE_TEXT copy;
-  Copy(copy.offsets, other.offsets);
-  Copy(copy.pool, other.pool);
-  Copy(copy.late_, other.late_);
-  Copy(copy.lateEntries_, other.lateEntries_);
-  Copy(copy.latePool_, other.latePool_);
-  copy.lateWaste_ = other.lateWaste_;
-  copy.filledInPlace_ = other.filledInPlace_;
-  copy.edits_ = edits_ + 1;
-  copy.removals_ = removals_ + 1;
-  swap(copy);
+  // All that may fail comes first.
+  TARRAY<std::int32_t> late;
+  TARRAY<LATE> late_entries;
+  TARRAY<char> late_pool;
+  Copy(late, other.late_);
+  Copy(late_entries, other.lateEntries_);
+  Copy(late_pool, other.latePool_);
+  const unsigned int kept = offsets.count();
+  offsets.setNElem(std::max(kept, other.offsets.count()));
+  try {
+    pool.setNElem(std::max(pool.count(), other.pool.count()));
+  } catch (...) {
+    offsets.setNElem(kept);
+    throw;
+  }
+  Copy(offsets, other.offsets);
+  Copy(pool, other.pool);
+  late_.get(late);
+  lateEntries_.get(late_entries);
+  latePool_.get(late_pool);
+  lateWaste_ = other.lateWaste_;
+  filledInPlace_ = other.filledInPlace_;
+  ++edits_;
+  ++removals_;
 }
 
 void BASE_TEXT::swap(BASE_TEXT& other) {

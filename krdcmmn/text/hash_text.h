@@ -55,8 +55,8 @@ class KRDCMMN_API BASE_TEXT {
   // in the pool, unless the length stays or it is the last.
   void set(int i, const char* text);
   // Replaces string i in time proportional to `text`: the replacement is kept beside the pool until
-  // `settle`, or `set`, `del` or `copy_from`, writes all such strings into their places in one
-  // pass. What the other functions give is the same as after `set`.
+  // `settle`, or the building of a hash, writes all such strings into their places in one pass.
+  // What the other functions give is the same as after `set`.
   void setLater(int i, const char* text);
   void settle();
 
@@ -65,7 +65,7 @@ class KRDCMMN_API BASE_TEXT {
   void del(unsigned int i, unsigned int count);
   // No strings; memory stays.
   void empty();
-  // Makes this list a copy of `other`.
+  // Makes this list a copy of `other`, in the memory that it has where that is enough.
   void copy_from(const BASE_TEXT& other);
 
  protected:

@@ -20,6 +20,7 @@ class List : public KRD::BASE_TEXT {
   // The strings cover the pool without gaps, in index order.
   std::string poolBytes() const { return std::string(pool.begin(), pool.end()); }
   std::vector<std::int32_t> offsetList() const { return {offsets.begin(), offsets.end()}; }
+  std::vector<int> capacities() const { return {offsets.maxNElem(), pool.maxNElem()}; }
 };
 
 using Model = std::vector<std::string>;  // each without its terminator
@@ -101,6 +102,29 @@ TEST(BaseText, RandomEditsFollowTheModel) {
   }
 }
 
+// An array that has memory grows by the rule of arrays and does not shrink.
+TEST(BaseText, CopiesGoIntoTheMemoryThatIsThere) {
+  List source;
+  for (int i = 0; i < 6; ++i) {
+    source.add("nine byte");
+  }
+  List target;
+  target.copy_from(source);
+  EXPECT_EQ(target.capacities(), (std::vector<int>{10, 60}));  // 7 + 3 entries, 60 bytes at once
+  List few;
+  few.add("few");
+  const char* const pool = target(0);
+  target.copy_from(few);
+  EXPECT_EQ(target.capacities(), (std::vector<int>{10, 60}));
+  EXPECT_EQ(target(0), pool);
+  ExpectPool(target, {"few"});
+  few.copy_from(source);
+  EXPECT_EQ(few.capacities(), (std::vector<int>{10, 90}));
+  target.copy_from(List());
+  EXPECT_EQ(target.capacities(), (std::vector<int>{10, 0}));
+  ExpectPool(target, {});
+}
+
 TEST(BaseText, RangeEndsAtItsFirstZero) {
   List list;
   ExpectPool(list, {});
@@ -150,7 +174,9 @@ TEST(BaseText, FailedMemoryKeepsTheStrings) {
       [](List& list) { list.setLater(0, "a text that has no room"); },
       [](List& list) {
         List other;
-        other.add("other");
+        for (int i = 0; i < 20; ++i) {
+          other.add("other");
+        }
         list.copy_from(other);
       },
   };
