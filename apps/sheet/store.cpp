@@ -1,8 +1,6 @@
 #include "apps/sheet/store.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <limits>
 
 #include "apps/common/errors.h"
 #include "apps/common/store_names.h"
@@ -12,8 +10,10 @@ namespace {
 
 using kr_app::Failure;
 using kr_app::Naming;
+using kr_app::OpenedFile;
 
-constexpr kr_app::StoreHeader kHeader = {"KRDR", 1};
+constexpr kr_app::StoreKind kKind = {
+    {"KRDR", 1}, "a container of drawings", "kr sheet import makes a container of drawings"};
 
 // The arrays of an entry in the order in which they stand there.
 template <class F>
@@ -35,19 +35,6 @@ void ForEachArray(Drawing& d, F&& f) {
   f(d.unread);
 }
 
-// An entry open for reading, closed at the end of the scope.
-struct OpenedFile {
-  OpenedFile(KRD::VDIR in, const char* name) : dir(in), file(dir.vfopen(name, 'r')) {}
-  ~OpenedFile() { close(); }
-  OpenedFile(const OpenedFile&) = delete;
-  OpenedFile& operator=(const OpenedFile&) = delete;
-
-  int close() { return dir.vfclose(file); }
-
-  KRD::VDIR dir;
-  KRD::VFILE file;
-};
-
 std::string Get(KRD::VFILE& file) {
   KRD::KRDSTR text;
   file >> text;
@@ -56,44 +43,8 @@ std::string Get(KRD::VFILE& file) {
 
 }  // namespace
 
-SheetStore::SheetStore(const std::string& file_path, Access access) : path_(file_path) {
-  std::error_code ignored;
-  const bool exists = std::filesystem::exists(file_path, ignored);
-  const bool write = access == Access::kWrite;
-  if (!write) {
-    if (!exists) {
-      throw Failure(path_ + ": no such file; kr sheet import makes a container of drawings");
-    }
-    if (std::filesystem::is_regular_file(file_path, ignored) &&
-        std::filesystem::file_size(file_path, ignored) == 0) {
-      throw Failure(path_ + ": an empty file; kr sheet import makes a container of drawings of it");
-    }
-  }
-  if (!Naming(path_, [&] { return Start(path_.c_str(), write, false, write); })) {
-    throw Failure(path_ + ": not a container of drawings");
-  }
-  created_ = !exists;
-}
-
-SheetStore::~SheetStore() {
-  if (created_) {
-    Close();
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-}
-
-bool SheetStore::ReadHeader(std::int32_t size) {
-  return kr_app::ReadStoreHeader(file, size, kHeader);
-}
-
-bool SheetStore::WriteHeader() {
-  return kr_app::WriteStoreHeader(file, kHeader);
-}
-
-std::int32_t SheetStore::GetHeaderSize() {
-  return kr_app::kStoreHeaderBytes;
-}
+SheetStore::SheetStore(const std::string& file_path, Access access)
+    : AppStore(file_path, access, kKind) {}
 
 std::string SheetStore::nameAt(int index) {
   for (const auto& [at, name] : added_) {
@@ -206,12 +157,7 @@ void SheetStore::put(Drawing& drawing) {
 }
 
 void SheetStore::commit() {
-  Naming(path_, [&] {
-    if (!Commit()) {
-      throw Failure(path_ + ": the header could not be written");
-    }
-  });
-  created_ = false;
+  AppStore::commit();
   added_.clear();
 }
 

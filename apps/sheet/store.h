@@ -6,19 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "krdcmmn/vfs/vfstorage.h"
-
+#include "apps/common/app_store.h"
 #include "apps/sheet/model.h"
 
 namespace kr_sheet {
 
-class SheetStore final : public KRD::VFSTORAGE {
+class SheetStore final : public kr_app::AppStore {
  public:
-  enum class Access { kRead, kWrite };
-  // Opens `path`; kWrite makes a container where there is no file, or an empty one. Throws
-  // kr_app::Failure, which names the file and what is wrong with it.
   SheetStore(const std::string& path, Access access);
-  ~SheetStore();
 
   // What the container holds, in the order of the names' bytes.
   struct Entry {
@@ -38,16 +33,10 @@ class SheetStore final : public KRD::VFSTORAGE {
   // Saves. Throws Failure.
   void commit();
 
-  bool ReadHeader(std::int32_t size) override;
-  bool WriteHeader() override;
-  std::int32_t GetHeaderSize() override;
-
  private:
   std::string nameAt(int index);
   int find(const std::string& name);
 
-  std::string path_;
-  bool created_ = false;                            // not committed yet
   std::vector<std::pair<int, std::string>> added_;  // by index: not to be read before the commit
 };
 

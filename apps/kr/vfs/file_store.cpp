@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 
 #include "krdcmmn/core/byte_order.h"
@@ -13,7 +12,7 @@
 namespace kr_app {
 namespace {
 
-constexpr StoreHeader kHeader = {"KRVF", 1};
+constexpr StoreKind kKind = {{"KRVF", 1}, "a storage of kr vfs", "kr vfs add makes a storage"};
 
 // Attributes in the entry.
 constexpr int kModeAt = 0;
@@ -35,67 +34,14 @@ bool IsFileName(const std::string& name) {
          name.find_first_of(std::string("/\0", 2)) == std::string::npos;
 }
 
-// An entry open for reading, closed at the end of the scope.
-struct OpenedFile {
-  OpenedFile(KRD::VDIR in, const char* name) : dir(in), file(dir.vfopen(name, 'r')) {}
-  ~OpenedFile() { close(); }
-  OpenedFile(const OpenedFile&) = delete;
-  OpenedFile& operator=(const OpenedFile&) = delete;
-
-  int close() { return dir.vfclose(file); }
-
-  KRD::VDIR dir;
-  KRD::VFILE file;
-};
-
 }  // namespace
 
-FileStore::FileStore(const std::string& file_path, Access access) : path_(file_path) {
-  std::error_code ignored;
-  const bool exists = std::filesystem::exists(file_path, ignored);
-  const bool write = access != Access::kRead;
-  if (access != Access::kWrite) {
-    if (!exists) {
-      throw Failure(path_ + ": no such file; kr vfs add makes a storage");
-    }
-    if (std::filesystem::file_size(path_, ignored) == 0) {
-      throw Failure(path_ + ": an empty file; kr vfs add makes a storage of it");
-    }
-  }
-  if (!Naming(path_, [&] { return Start(path_.c_str(), write, false, write); })) {
-    throw Failure(path_ + ": not a storage of kr vfs");
-  }
-  created_ = !exists;
-}
-
-FileStore::~FileStore() {
-  if (created_) {
-    Close();
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-}
+FileStore::FileStore(const std::string& file_path, Access access)
+    : AppStore(file_path, access, kKind) {}
 
 void FileStore::commit() {
-  Naming(path_, [&] {
-    if (!Commit()) {
-      throw Failure(path_ + ": the header could not be written");
-    }
-  });
-  created_ = false;
+  AppStore::commit();
   added_.clear();
-}
-
-bool FileStore::ReadHeader(std::int32_t size) {
-  return ReadStoreHeader(file, size, kHeader);
-}
-
-bool FileStore::WriteHeader() {
-  return WriteStoreHeader(file, kHeader);
-}
-
-std::int32_t FileStore::GetHeaderSize() {
-  return kStoreHeaderBytes;
 }
 
 KRD::VDIR FileStore::at(int directory) {

@@ -22,6 +22,8 @@
 #include "krdcmmn/core/tarray.h"
 #include "krdcmmn/vfs/vfstorage.h"
 
+#include "apps/common/app_store.h"
+
 namespace kr_app {
 
 using Bytes = KRD::TARRAY<char>;
@@ -43,14 +45,11 @@ struct Entry {
   std::string damage;        // why it cannot be read; the attributes are not its own then
 };
 
-class FileStore final : public KRD::VFSTORAGE {
+class FileStore final : public AppStore {
  public:
   static constexpr int kRoot = -1;
 
-  enum class Access { kRead, kChange, kWrite };
-  // Opens `path`; kWrite makes a storage where there is no file, or an empty one. Throws Failure.
   FileStore(const std::string& path, Access access);
-  ~FileStore();
 
   // Saves. Throws Failure.
   void commit();
@@ -73,11 +72,6 @@ class FileStore final : public KRD::VFSTORAGE {
 
   // Header words of the container, and counts.
   const KRD::VF_KEEP& table() const { return keep; }
-  const std::string& name() const { return path_; }
-
-  bool ReadHeader(std::int32_t size) override;
-  bool WriteHeader() override;
-  std::int32_t GetHeaderSize() override;
 
  private:
   KRD::VDIR at(int directory);
@@ -88,8 +82,6 @@ class FileStore final : public KRD::VFSTORAGE {
   std::string freeTableName(int directory, const std::string& name);
   void close(KRD::VDIR& dir, KRD::VFILE& file);
 
-  std::string path_;
-  bool created_ = false;         // the file was not there and is not committed yet
   std::uint64_t new_bytes_ = 0;  // packed bytes of this session's files
   // What was added in this session, by index: reading it before the commit would use it up.
   std::unordered_map<int, Attributes> added_;
