@@ -1,0 +1,5 @@
+find_package(EXPAT REQUIRED)
+find_package(LibXml2 REQUIRED)
+find_package(pugixml REQUIRED)
+find_package(tinyxml2 REQUIRED)
+krd_add_bench(xml LIBS EXPAT::EXPAT LibXml2::LibXml2 pugixml::pugixml tinyxml2::tinyxml2)
