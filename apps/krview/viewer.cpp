@@ -253,10 +253,14 @@ void Viewer::handleText(char character) {
 
 void Viewer::press(const Event& event) {
   const POINT at{event.x, event.y};
+  if (event.button == Button::kRight) {
+    return cancel();
+  }
   if (drag_ != Drag::kNone || !inside_) {
     return;
   }
   press_ = at;
+  drag_button_ = event.button;
   if (event.button == Button::kMiddle || (event.button == Button::kLeft && space_)) {
     beginPan(at);
   } else if (event.button == Button::kLeft && measuring_) {
@@ -266,8 +270,6 @@ void Viewer::press(const Event& event) {
     drag_ = Drag::kBand;
     mark_.reset();
     window_.Invalidate(nullptr);
-  } else if (event.button == Button::kRight) {
-    cancel();
   }
 }
 
@@ -278,6 +280,9 @@ void Viewer::move(const Event& event) {
 }
 
 void Viewer::release(const Event& event) {
+  if (event.button != drag_button_) {
+    return;
+  }
   const POINT at{event.x, event.y};
   const Drag ended = drag_;
   const bool moved = std::abs(at.x - press_.x) >= kClick || std::abs(at.y - press_.y) >= kClick;

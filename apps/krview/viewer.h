@@ -49,6 +49,9 @@ class Viewer {
   // A line for people, shown until the next key or press.
   void tell(const std::string& message);
 
+  // What the status line ends in: a message, the distance, what lies under the cursor or the name.
+  std::string note() const;
+
   int redraws() const { return redraws_; }  // of the main buffer
   const ViewDevice& device() const { return device_; }
 
@@ -101,7 +104,6 @@ class Viewer {
   void paintStatus(Panel& panel) const;
   void paintHelp(Panel& panel) const;
   std::string statusKey() const;
-  std::string note() const;
   RECT viewArea() const;
   RECT statusArea() const;
 
@@ -115,6 +117,7 @@ class Viewer {
   std::size_t current_ = 0;
 
   Drag drag_ = Drag::kNone;
+  Button drag_button_ = Button::kNone;
   POINT press_{0, 0};          // where the drag began
   KRD::DOT pan_centre_{0, 0};  // the window's centre then
   double draw_ms_ = 0;
