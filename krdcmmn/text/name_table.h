@@ -66,15 +66,16 @@ class KRDCMMN_API _NAME_TABLE : public MA_STRING {
   // No names, loading, no `onDuplicate`; memory stays.
   void empty();
 
-  // Called with a name that meets its double and an id: from `add` that of the cell that stays,
-  // while the hash is built that of the cell that goes. It must not change the table.
-  void (*onDuplicate)(const char* name, int id) = nullptr;
-
  protected:
   TARRAY<short> chain;    // per cell: the next in its hash chain or in the free list; -1 ends
   TARRAY<short> buckets;  // per bucket: its first cell, or -1; none while there is no hash
   short nBusy_ = 0;       // names held
   short firstFree = -1;   // first cell of the free list
+
+ public:
+  // Called with a name that meets its double and an id: from `add` that of the cell that stays,
+  // while the hash is built that of the cell that goes. It must not change the table.
+  void (*onDuplicate)(const char* name, int id) = nullptr;
 
  private:
   static constexpr short kMostNames = 32767;
