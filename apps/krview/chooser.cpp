@@ -151,7 +151,8 @@ void Chooser::paint(Panel& panel) const {
   panel.text(box_.right - kPadding - count_width, box_.top + Panel::kBaseline, count, kFaint,
              count_width);
   for (int row = 0; row < rows_ && top_ + row < static_cast<int>(shown_.size()); ++row) {
-    const auto index = static_cast<std::size_t>(top_ + row);
+    const int shown = top_ + row;
+    const auto index = static_cast<std::size_t>(shown);
     const int y = box_.top + (row + 1) * Panel::kLine;
     const bool chosen = index == selected_;
     if (chosen) {

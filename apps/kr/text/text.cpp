@@ -132,6 +132,7 @@ void AddPlacement(CLI::App& text, TextSettings& settings) {
   text.add_option("--angle", settings.angle, "Whole degrees counter-clockwise")
       ->capture_default_str();
   std::vector<std::string> names;
+  names.reserve(kAlignments.size());
   for (const auto& [name, align] : kAlignments) {
     names.push_back(name);
   }
