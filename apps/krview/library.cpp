@@ -113,14 +113,23 @@ class FontFile final : public SingleFile {
 
   std::unique_ptr<Subject> load(std::size_t) override {
     auto font = std::make_unique<kr::font>();
-    const bool loaded = Naming(path_, [&] { return font->LoadFile(path_.c_str()); });
-    if (!loaded || !(font->height > 0)) {
-      throw Failure(path_ + ": not a font, or a damaged one");
+    if (!loads(*font) || !(font->height > 0)) {
+      throw Failure(path_ + ": not a font of a kind that is read, or a damaged one");
     }
     return MakeFontSubject(std::move(font), names_[0], text_, labels_);
   }
 
  private:
+  // The font's own complaints speak of a dialog: here they are a no.
+  bool loads(kr::font& font) const {
+    try {
+      return font.LoadFile(path_.c_str());
+    } catch (...) {
+      kr_app::TextOfException();
+      return false;
+    }
+  }
+
   std::string text_;
   kr::font& labels_;
 };
