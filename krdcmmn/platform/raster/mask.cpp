@@ -2,26 +2,39 @@
 
 namespace krraster {
 
+namespace {
+
+// Each bit becomes the parity of itself and all lower ones.
+std::uint64_t Parities(std::uint64_t w) {
+  w ^= w << 1;
+  w ^= w << 2;
+  w ^= w << 4;
+  w ^= w << 8;
+  w ^= w << 16;
+  w ^= w << 32;
+  return w;
+}
+
+}  // namespace
+
 void Mask::fill_between_flips() {
   // Where the area cuts a shape at the right the parity stays odd: the last word ends with the
   // area.
   const std::uint64_t last =
       ~std::uint64_t{0} >> (63 & -(std::uint64_t{static_cast<std::uint32_t>(area_.right)} -
                                    static_cast<std::uint32_t>(area_.left)));
-  for (std::int64_t y = area_.top; y < area_.bottom; ++y) {
-    std::uint64_t* words = row(y);
+  const auto rows = static_cast<std::size_t>(std::int64_t{area_.bottom} - area_.top);
+  if (words_ == 1) {
+    for (std::size_t i = 0; i < rows; ++i) {
+      bits_[i] = Parities(bits_[i]) & last;
+    }
+    return;
+  }
+  for (std::uint64_t* words = bits_; words != bits_ + rows * words_; words += words_) {
     std::uint64_t inside = 0;  // all bits while the row's parity is odd
     for (std::size_t i = 0; i < words_; ++i) {
-      std::uint64_t w = words[i];
-      w ^= w << 1;
-      w ^= w << 2;
-      w ^= w << 4;
-      w ^= w << 8;
-      w ^= w << 16;
-      w ^= w << 32;
-      w ^= inside;
-      words[i] = w;
-      inside = w >> 63 != 0 ? ~std::uint64_t{0} : 0;
+      words[i] = Parities(words[i]) ^ inside;
+      inside = words[i] >> 63 != 0 ? ~std::uint64_t{0} : 0;
     }
     words[words_ - 1] &= last;
   }
