@@ -65,9 +65,9 @@ bool mapfile::open(file& source, bool write) {
 
 // The exception takes the last error before any guard closes its handle.
 void mapfile::map(void* handle, const char* path, bool write) {
-  const DWORD size = GetFileSize(handle, nullptr);
+  size_ = GetFileSize(handle, nullptr);
   const HandleGuard mapping(CreateFileMappingA(
-      handle, nullptr, write ? PAGE_READWRITE : PAGE_READONLY, 0, size, nullptr));
+      handle, nullptr, write ? PAGE_READWRITE : PAGE_READONLY, 0, size_, nullptr));
   if (!mapping.isgood()) {
     throw MapExcept(path);
   }
@@ -76,7 +76,6 @@ void mapfile::map(void* handle, const char* path, bool write) {
     throw MapExcept(path);
   }
   data_ = view;
-  size_ = size;
 }
 
 bool mapfile::close() {

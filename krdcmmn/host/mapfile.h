@@ -38,7 +38,8 @@ class KRDCMMN_API mapfile {
   // Maps all of an existing file, for writing too when `write` is set; its length never changes.
   // While the call runs others may read the file, or do nothing when `exclusive` is set; the view
   // itself shuts nobody out. True, or throws MapExcept: also for an empty file. A file of 4 GiB and
-  // more is mapped by the low 32 bits of its length. A failure leaves the object as it was.
+  // more is mapped by the low 32 bits of its length. A failure leaves the view as it was; `size`
+  // is that of the file that could not be mapped, once it was open.
   bool open(const char* filename, bool write, bool exclusive);
 
   // Maps all of an open file, which stays open. A MapExcept of this form carries an empty path.

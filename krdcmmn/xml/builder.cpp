@@ -303,7 +303,8 @@ void XmlBuilder::PutWaitingTexts() {
   if (growth == 0) {
     return;
   }
-  std::size_t end = texts_.used;  // of the strings that have not moved yet
+  // Of the strings that have not moved yet; the old texts above may have moved the new ones.
+  std::size_t end = texts_.array.count();
   texts_.array.setNElem(static_cast<unsigned>(std::min(end + growth, kBeyondLimit)));
   char* const pool = texts_.array.begin();
   std::int32_t* const offsets = TextTable::Offsets(doc_.nodeData).begin();

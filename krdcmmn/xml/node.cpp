@@ -1,4 +1,5 @@
 // The handles' operations.
+#include <string>
 #include <vector>
 
 #include "krdcmmn/platform/codepage.h"
@@ -96,7 +97,9 @@ XmlAttr XmlNode::addAttr(const char* name, const char* value) {
     doc->SetValue(found.id, value);
     return found;
   }
-  return XmlAttrConst(doc, doc->AddAttr(id, doc->names.add(name), value));
+  // A new name can move the names, and the value may be one of them.
+  const std::string own(value != nullptr ? value : "");
+  return XmlAttrConst(doc, doc->AddAttr(id, doc->names.add(name), own.c_str()));
 }
 
 XmlNode XmlNode::delChildNode(const XmlNode& node) {

@@ -26,8 +26,30 @@ const char* Find(const char* begin, const char* end, char c) {
   return static_cast<const char*>(std::memchr(begin, c, static_cast<std::size_t>(end - begin)));
 }
 
-// Whether the beginning of the text leaves UTF-8 as the only encoding. What is overlooked here is
-// found out by the first tag that is not where it should be.
+std::string_view WithoutBlanks(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t\r\n"sv);
+  return text.substr(std::min(first, text.size()));
+}
+
+// Whether an XML declaration, from behind the word "encoding" on, names UTF-8.
+bool NamesUtf8(std::string_view text) {
+  text = WithoutBlanks(text);
+  if (text.empty() || text[0] != '=') {
+    return false;
+  }
+  text = WithoutBlanks(text.substr(1));
+  if (text.size() < 7 || (text[0] != '"' && text[0] != '\'') || text[6] != text[0]) {
+    return false;
+  }
+  std::string name(text.substr(1, 5));
+  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return name == "utf-8"sv;
+}
+
+// Whether the beginning of the text leaves UTF-8 as the only encoding. A text in UTF-8 that is
+// taken for another one costs time only.
 bool IsUtf8(std::string_view text) {
   if (text.size() < 2 || text[0] == '\0' || text[1] == '\0' || text[0] == '\xfe' ||
       text[0] == '\xff') {
@@ -37,11 +59,10 @@ bool IsUtf8(std::string_view text) {
   if (declaration == std::string_view::npos) {
     return true;
   }
-  std::string words(text.substr(declaration, text.substr(0, 1024).find("?>"sv)));
-  std::transform(words.begin(), words.end(), words.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return words.find("encoding") == std::string::npos || words.find("utf-8") != std::string::npos;
+  const std::size_t end = text.find("?>"sv);
+  const std::string_view words = text.substr(0, end);
+  const std::size_t encoding = words.find("encoding"sv);
+  return encoding == std::string_view::npos || NamesUtf8(words.substr(encoding + 8));
 }
 
 }  // namespace
