@@ -1,10 +1,12 @@
 // How fast does DRAW_DEVICE draw: each primitive with mapping and rejection, beside cairo's image
 // surface without antialiasing; and a drawing of a million lines at full view, at high zoom and
 // panned.
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cairo.h>
 #include <cmath>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "krdcmmn/draw/draw_device.h"
@@ -15,12 +17,14 @@ namespace {
 constexpr int kWidth = 1024;
 constexpr int kHeight = 768;
 constexpr int kShapes = 10000;
+constexpr int kNoPen = -1;
 
 struct SHAPE {
   KRD::DOT a, b, c, d;
 };
 
-// Shapes of `reach` pixels anywhere on the window, the model's origin in its middle.
+// Squares with sides of `reach` pixels, turned every way, anywhere on the window; the model's
+// origin is in its middle. A line is the first side.
 std::vector<SHAPE> Shapes(int reach) {
   std::mt19937 random(1);
   const auto any = [&](int size) {
@@ -30,10 +34,11 @@ std::vector<SHAPE> Shapes(int reach) {
   for (SHAPE& s : shapes) {
     s.a = {any(kWidth), any(kHeight)};
     const double turn = any(6284) / 1000.0;
-    s.b = {s.a.x + static_cast<int>(reach * std::cos(turn)),
-           s.a.y + static_cast<int>(reach * std::sin(turn))};
-    s.c = {s.b.x + any(reach), s.b.y + any(reach)};
-    s.d = {s.a.x + any(reach), s.a.y + any(reach)};
+    const int dx = static_cast<int>(std::lround(reach * std::cos(turn)));
+    const int dy = static_cast<int>(std::lround(reach * std::sin(turn)));
+    s.b = {s.a.x + dx, s.a.y + dy};
+    s.c = {s.b.x - dy, s.b.y + dx};
+    s.d = {s.a.x - dy, s.a.y + dx};
   }
   return shapes;
 }
@@ -64,7 +69,7 @@ template <class Draw>
 void OnDevice(benchmark::State& state, int reach, int pen, Draw draw) {
   CANVAS canvas;
   canvas.device.DirectDraw(true);
-  canvas.device.setPenStyle(0, pen, 0x00ff00);
+  canvas.device.setPenStyle(pen == kNoPen ? PS_NULL : PS_SOLID, std::max(pen, 0), 0x00ff00);
   const auto shapes = Shapes(reach);
   for (auto _ : state) {
     for (const SHAPE& s : shapes) {
@@ -127,8 +132,9 @@ BENCHMARK_CAPTURE(OnDevice, line_30px_wide_5, 30, 5, DeviceLine);
 BENCHMARK_CAPTURE(OnCairo, line_30px_wide_5, 30, 5.0, CairoLine);
 BENCHMARK_CAPTURE(OnDevice, circle_r20, 30, 0, DeviceCircle);
 BENCHMARK_CAPTURE(OnCairo, circle_r20, 30, 1.0, CairoCircle);
-BENCHMARK_CAPTURE(OnDevice, filled_quad, 30, 0, DeviceQuad);
-BENCHMARK_CAPTURE(OnCairo, filled_quad, 30, 1.0, CairoQuad);
+BENCHMARK_CAPTURE(OnDevice, filled_quad_20px, 20, 0, DeviceQuad);
+BENCHMARK_CAPTURE(OnDevice, filled_quad_20px_no_pen, 20, kNoPen, DeviceQuad);
+BENCHMARK_CAPTURE(OnCairo, filled_quad_20px, 20, 1.0, CairoQuad);
 
 // A million lines on a plane of 100,000 units, redrawn on the main buffer.
 const std::vector<SHAPE>& Drawing() {
@@ -160,7 +166,7 @@ void Frame(benchmark::State& state, double scale) {
     canvas.device.Render(nullptr);
   }
   state.SetItemsProcessed(state.iterations() * 1000000);
-  state.counters["drawn"] = static_cast<double>(seen);
+  state.SetLabel(std::to_string(seen) + " drawn");
 }
 BENCHMARK_CAPTURE(Frame, full_view, 0.01)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Frame, high_zoom, 1.0)->Unit(benchmark::kMillisecond);
