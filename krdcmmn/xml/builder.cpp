@@ -11,8 +11,9 @@ namespace kr {
 
 namespace {
 
-constexpr std::size_t kLeastGrowth = 64;  // elements and bytes that arrays grow by
-constexpr std::size_t kMostGrowth = 0x10000;
+// Bytes that arrays grow by; the host brings pieces up to 64 KiB into memory in one go.
+constexpr std::size_t kLeastGrowth = 0x100;
+constexpr std::size_t kMostGrowth = 0xc000;
 constexpr std::size_t kMostBytes = 1000000000;    // of an array
 constexpr std::size_t kBeyondLimit = 0x7fffffff;  // more than any array takes, for its refusal
 
@@ -27,21 +28,32 @@ struct TextTable : KRD::BASE_TEXT {
   static KRD::TARRAY<char>& Pool(KRD::BASE_TEXT& texts) { return texts.*(&TextTable::pool); }
 };
 
-// Copies `length` bytes and tells whether all of them are ASCII.
+template <class Word>
+Word CopyWord(char* to, const char* from) {
+  Word word;
+  std::memcpy(&word, from, sizeof(word));
+  std::memcpy(to, &word, sizeof(word));
+  return word;
+}
+
+// Copies `length` bytes and tells whether all of them are ASCII. The last words may overlap.
 bool CopyIfAscii(char* to, const char* text, std::size_t length) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080u;
   constexpr std::size_t kWord = sizeof(std::uint64_t);
+  constexpr std::size_t kHalf = sizeof(std::uint32_t);
   std::uint64_t bits = 0;
-  std::uint64_t word = 0;
-  std::size_t at = 0;
-  for (; at + kWord <= length; at += kWord) {
-    std::memcpy(&word, text + at, kWord);
-    std::memcpy(to + at, &word, kWord);
-    bits |= word;
-  }
-  for (; at < length; ++at) {
-    to[at] = text[at];
-    bits |= static_cast<unsigned char>(text[at]);
+  if (length >= kWord) {
+    for (std::size_t at = 0; at < length - kWord; at += kWord) {
+      bits |= CopyWord<std::uint64_t>(to + at, text + at);
+    }
+    bits |= CopyWord<std::uint64_t>(to + length - kWord, text + length - kWord);
+  } else if (length >= kHalf) {
+    bits = CopyWord<std::uint32_t>(to, text);
+    bits |= CopyWord<std::uint32_t>(to + length - kHalf, text + length - kHalf);
+  } else {
+    for (std::size_t at = 0; at < length; ++at) {
+      bits |= CopyWord<unsigned char>(to + at, text + at);
+    }
   }
   return (bits & kHighBits) == 0;
 }
@@ -49,7 +61,8 @@ bool CopyIfAscii(char* to, const char* text, std::size_t length) {
 // A count that holds `need` and leaves room for more, inside the limits of an array while `need`
 // itself is.
 std::size_t Grown(std::size_t need, std::size_t size_elem) {
-  const std::size_t room = need + std::clamp(need / 8, kLeastGrowth, kMostGrowth);
+  const std::size_t room =
+      need + std::clamp(need / 8, kLeastGrowth / size_elem, kMostGrowth / size_elem);
   return std::min(kBeyondLimit, std::max(need, std::min(room, kMostBytes / size_elem)));
 }
 

@@ -47,11 +47,11 @@ class ParseRun {
     currentNode = doc_.Root();
     const int status = expat_.Parse(expat_.parser, text_, length_, 1);
     Guarded([this] { builder_.Finish(); });
-    if (failure_ == nullptr && status != kParsed) {
+    if (!failed_ && status != kParsed) {
       std::printf("Error: %s \n", expat_.ErrorString(expat_.GetErrorCode(expat_.parser)));
     }
     expat_.FreeParser();
-    if (failure_ != nullptr) {
+    if (failed_) {
       std::rethrow_exception(failure_);
     }
     return status == kParsed;
@@ -63,14 +63,17 @@ class ParseRun {
     try {
       work();
     } catch (...) {
-      failure_ = failure_ == nullptr ? std::current_exception() : failure_;
+      if (!failed_) {
+        failure_ = std::current_exception();
+      }
+      failed_ = true;
     }
   }
 
   template <class Work>
   static void Handle(void* user_data, Work work) {
     auto* run = static_cast<ParseRun*>(user_data);
-    if (run->failure_ == nullptr) {
+    if (!run->failed_) {
       run->Guarded([&] { work(*run); });
     }
   }
@@ -118,6 +121,7 @@ class ParseRun {
   int length_;
   XmlBuilder builder_;
   TagPositions positions_;
+  bool failed_ = false;
   std::exception_ptr failure_;
 };
 

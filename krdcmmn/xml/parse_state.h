@@ -18,7 +18,11 @@ class CharBuffer {
     if (count > bytes_.size() - used_) {
       bytes_.resize(std::max(2 * bytes_.size(), used_ + count));
     }
-    std::memcpy(bytes_.data() + used_, bytes, count);
+    if (count == 1) {
+      bytes_[used_] = *bytes;  // line ends and references come one by one
+    } else {
+      std::memcpy(bytes_.data() + used_, bytes, count);
+    }
     used_ += count;
   }
   void Clear() { used_ = 0; }

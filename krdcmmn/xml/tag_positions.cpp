@@ -12,7 +12,7 @@ namespace {
 using std::string_view_literals::operator""sv;
 
 // References that give character data and no event of another kind.
-constexpr std::string_view kPredefined[] = {"&lt;"sv, "&gt;"sv, "&amp;"sv, "&quot;"sv, "&apos;"sv};
+constexpr std::string_view kPredefined[] = {"&amp;"sv, "&lt;"sv, "&gt;"sv, "&quot;"sv, "&apos;"sv};
 
 bool EndsName(char c) {
   return c == ' ' || c == '>' || c == '/' || c == '\n' || c == '\t' || c == '\r';
@@ -127,11 +127,11 @@ void TagPositions::StartTagEnd() {
 }
 
 bool TagPositions::SkipReference() {
-  if (IsAt("&#", 2)) {
+  if (end_ - next_ > 1 && next_[1] == '#') {
     return SkipPast(";", 1, 2);
   }
   for (const std::string_view reference : kPredefined) {
-    if (IsAt(reference.data(), reference.size())) {
+    if (end_ - next_ > 1 && next_[1] == reference[1] && IsAt(reference.data(), reference.size())) {
       next_ += reference.size();
       return true;
     }
@@ -252,7 +252,9 @@ void TagPositions::EndTag() {
 }
 
 void TagPositions::OtherCharacters(const char* bytes, std::size_t count) {
-  SkipSilentTokens();
+  if (next_ != nullptr && next_ != end_ && *next_ == '<') {
+    SkipSilentTokens();
+  }
   if (next_ == nullptr || next_ == end_) {
     return;
   }
