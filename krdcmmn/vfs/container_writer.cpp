@@ -150,8 +150,10 @@ std::int32_t VF_KEEP::SaveKeep(void* host, std::int32_t start) {
   refuseOpenFiles(start);
   file = host;
   removeConsumed();
-  dropRemoved();
+  // With the removed entries still there: the ones behind them move, even those whose place stays
+  // the same because the header grew by as much.
   const unsigned dirty = firstChanged(start);
+  dropRemoved();
   CONTAINER_WRITER writer(*this, host, start, dirty);
   writer.prepare();
   lastDirty_ = dirty;
