@@ -108,16 +108,21 @@ void VF_KEEP::linkEntry(int index, int dir) {
   names_->insert(index, place);
 }
 
+// An entry that is in no list, such as one that was unlinked before, still names its old
+// neighbours; they are left alone.
 void VF_KEEP::unlink(int index) {
   virt_file& gone = entry(index);
+  std::int32_t* link = nullptr;
   if (isIndex(gone.prevEntry)) {
-    entry(gone.prevEntry).nextEntry = gone.nextEntry;
-  } else if ((gone.parentEntry < 0 || isIndex(gone.parentEntry)) &&
-             headOf(gone.parentEntry) == index) {
-    headOf(gone.parentEntry) = gone.nextEntry;
+    link = &entry(gone.prevEntry).nextEntry;
+  } else if (gone.parentEntry < 0 || isIndex(gone.parentEntry)) {
+    link = &headOf(gone.parentEntry);
   }
-  if (isIndex(gone.nextEntry)) {
-    entry(gone.nextEntry).prevEntry = gone.prevEntry;
+  if (link != nullptr && *link == index) {
+    *link = gone.nextEntry;
+    if (isIndex(gone.nextEntry)) {
+      entry(gone.nextEntry).prevEntry = gone.prevEntry;
+    }
   }
   names_->erase(index);
 }

@@ -56,7 +56,8 @@ class KRDCMMN_API VF_KEEP : public MARRAY {
   // The index of the visible entry `name` of directory `dir` (negative: the root), or -1. Case does
   // not count. Of several the one nearest to the head of the list.
   int vfaccess(const char* name, int dir);
-  // Removes an entry and all under it. An index outside the table changes nothing.
+  // Removes an entry and all under it. An index outside the table changes nothing, nor does that of
+  // an entry removed before.
   void vfremove(int index);
   // Puts entry `index` at the head of directory `dir`'s list (negative: the root).
   void linkEntry(int index, int dir);

@@ -143,6 +143,27 @@ TEST_F(Container, RemovalsRenumberTheTree) {
   EXPECT_EQ(storage.table().count(), 1u);
 }
 
+TEST_F(Container, RemovingAnEntryAgainLeavesItsOldNeighboursAlone) {
+  TestStorage storage;
+  start(storage);
+  for (const char* name : {"a", "b", "c", "d"}) {
+    Save(storage.root(), name, name);
+  }
+  // Inside the list, with the neighbour gone in the meantime, and at its head, with a new one
+  // there.
+  for (int index : {2, 1, 2, 3}) {
+    storage.root().vfremove(index);
+  }
+  Save(storage.root(), "e", "e");
+  storage.root().vfremove(3);
+  ASSERT_TRUE(storage.Commit());
+  storage.Finish();
+  start(storage);
+  EXPECT_EQ(storage.table().count(), 2u);
+  EXPECT_EQ(Load(storage.root(), "a"), "a");
+  EXPECT_EQ(Load(storage.root(), "e"), "e");
+}
+
 TEST_F(Container, ShrunkenFileIsCut) {
   TestStorage storage;
   start(storage);
