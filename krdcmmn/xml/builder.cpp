@@ -229,7 +229,7 @@ void XmlBuilder::Text(const char* text, std::size_t length) {
   if (!ascii_stays_ || !CopyIfAscii(to, text, length)) {
     const std::string ansi = Utf8ToAnsi(text, static_cast<unsigned>(length));
     open_text_.resize(frame.mark + ansi.size());
-    std::memcpy(to, ansi.data(), ansi.size());
+    std::copy(ansi.begin(), ansi.end(), to);
   }
   frame.changed = true;
 }

@@ -9,10 +9,8 @@ namespace kr {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
-
 // References that give character data and no event of another kind.
-constexpr std::string_view kPredefined[] = {"&amp;"sv, "&lt;"sv, "&gt;"sv, "&quot;"sv, "&apos;"sv};
+constexpr std::string_view kPredefined[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
 
 bool EndsName(char c) {
   return c == ' ' || c == '>' || c == '/' || c == '\n' || c == '\t' || c == '\r';
@@ -27,7 +25,7 @@ const char* Find(const char* begin, const char* end, char c) {
 }
 
 std::string_view WithoutBlanks(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r\n"sv);
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
   return text.substr(std::min(first, text.size()));
 }
 
@@ -45,7 +43,7 @@ bool NamesUtf8(std::string_view text) {
   std::transform(name.begin(), name.end(), name.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
-  return name == "utf-8"sv;
+  return name == "utf-8";
 }
 
 // Whether the beginning of the text leaves UTF-8 as the only encoding. A text in UTF-8 that is
@@ -55,13 +53,13 @@ bool IsUtf8(std::string_view text) {
       text[0] == '\xff') {
     return false;
   }
-  const std::size_t declaration = text.substr(0, 8).find("<?xml"sv);
+  const std::size_t declaration = text.substr(0, 8).find("<?xml");
   if (declaration == std::string_view::npos) {
     return true;
   }
-  const std::size_t end = text.find("?>"sv);
+  const std::size_t end = text.find("?>");
   const std::string_view words = text.substr(0, end);
-  const std::size_t encoding = words.find("encoding"sv);
+  const std::size_t encoding = words.find("encoding");
   return encoding == std::string_view::npos || NamesUtf8(words.substr(encoding + 8));
 }
 
@@ -198,7 +196,7 @@ const char* TagPositions::PlaceOf(const TagPosition& position) {
 }
 
 bool TagPositions::HasDocumentType(const char* place) const {
-  return std::string_view(begin_, static_cast<std::size_t>(place - begin_)).find("<!DOCTYPE"sv) !=
+  return std::string_view(begin_, static_cast<std::size_t>(place - begin_)).find("<!DOCTYPE") !=
          std::string_view::npos;
 }
 
