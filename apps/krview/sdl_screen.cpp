@@ -81,6 +81,12 @@ SdlScreen::SdlScreen(int w, int h, const std::string& title) : title_(title) {
     throw kr_app::Failure(std::string("no display to open a window on: ") + SDL_GetError() +
                           " (--screenshot draws without one)");
   }
+  // Where nothing else is found, the last choice is a driver that keeps its pixels to itself.
+  const std::string driver = SDL_GetCurrentVideoDriver();
+  if (driver == "offscreen" || driver == "dummy") {
+    SDL_Quit();
+    throw kr_app::Failure("no display to open a window on (--screenshot draws without one)");
+  }
   WatchDisplay();
   window_ = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, w, h,
                              SDL_WINDOW_RESIZABLE);

@@ -82,6 +82,8 @@ EOF
 "$krview" "$work/plate.dxf" --size 640x480 --headless --script "$work/script"
 
 # --- The display
+echo 'leak:libdbus' >"$work/leaks"  # for a build that looks for leaks: this one is the host's
+export LSAN_OPTIONS=suppressions=$work/leaks:print_suppressions=0
 mkfifo "$work/number"
 Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset 3>"$work/number" >"$work/server" 2>&1 &
 server=$!
@@ -136,7 +138,7 @@ xdotool key q key q  # the first closes the help
 wait "$viewer" || fail "krview ended with status $?"
 viewer=
 
-# --- Nothing happens: nothing is done. A display that goes away: said, and no crash.
+# --- A display that goes away: said, and no crash.
 "$krview" "$work/plate.dxf" 2>"$work/errors" &
 viewer=$!
 until_ok xdotool search --onlyvisible --name '^plate - krview$'
@@ -149,6 +151,7 @@ viewer=
 [ $status = 1 ] || fail "status $status without its display"
 grep -q '^krview: the display went away$' "$work/errors" || fail "no word about the display"
 status=0
-env -u DISPLAY "$krview" "$work/plate.dxf" 2>"$work/errors" || status=$?
-[ $status = 1 ] && grep -q '^krview: no display' "$work/errors" || fail "status $status, no display"
+env -u DISPLAY -u SDL_VIDEODRIVER timeout 10 "$krview" "$work/plate.dxf" 2>"$work/errors" || status=$?
+[ $status = 1 ] || fail "status $status, no display"
+grep -q '^krview: no display' "$work/errors" || fail "no word about no display"
 echo "end_to_end: all pictures are equal"

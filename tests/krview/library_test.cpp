@@ -69,7 +69,7 @@ TEST_F(Container, drawingsAreChosenByKeysAndMouse) {
     s.play(std::string("key tab\n") + row.script);
     EXPECT_EQ(s.viewer.title(), std::string(row.title) + " - krview") << row.script;
     EXPECT_EQ(s.device().viewCount(), 1) << "each begins a history of its own";
-    EXPECT_EQ((s.play("leave"), s.picture()), s.redrawn()) << row.script;
+    EXPECT_TRUE(s.asRedrawn()) << row.script;
   }
   EXPECT_EQ(ReadBytes(path), bytes) << "nothing is ever written";
 }

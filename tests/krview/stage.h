@@ -83,6 +83,12 @@ class Shown : public kr_view::Stage {
     play("leave\nkey b\nkey b");
     return picture();
   }
+  // Whether what is seen, but for the mark under the cursor, is the view drawn anew.
+  bool asRedrawn() {
+    play("leave");
+    const std::vector<std::uint32_t> seen = picture();
+    return seen == redrawn();
+  }
   const kr_view::ViewDevice& device() const { return viewer.device(); }
   KRD::DOT modelAt(int x, int y) const { return {device().rX(x), device().rY(y)}; }
 

@@ -48,7 +48,7 @@ TEST_F(View, wheelKeepsThePointUnderTheCursor) {
       const double pixel = std::max(1 / s.device().GetScale(), 1 / scale);
       EXPECT_NEAR(s.modelAt(x, y).x, before.x, pixel * (std::abs(steps) + 1) / 2 + 1) << steps;
       EXPECT_NEAR(s.modelAt(x, y).y, before.y, pixel * (std::abs(steps) + 1) / 2 + 1) << steps;
-      EXPECT_EQ(s.picture(), s.redrawn());
+      EXPECT_TRUE(s.asRedrawn());
     }
     s.play("key f");
   }
@@ -62,12 +62,12 @@ TEST_F(View, panInsideTheBufferCopiesAndBeyondItRedraws) {
   EXPECT_EQ(s.viewer.redraws(), redraws);
   EXPECT_NEAR(s.modelAt(230, 110).x, grabbed.x, 1 / s.device().GetScale());
   EXPECT_NEAR(s.modelAt(230, 110).y, grabbed.y, 1 / s.device().GetScale());
-  EXPECT_EQ((s.play("leave"), s.picture()), s.redrawn());
+  EXPECT_TRUE(s.asRedrawn());
 
   const int again = s.viewer.redraws();
   s.play("hold space\ndrag left 390 290 5 5\nlet space\nleave");
   EXPECT_GT(s.viewer.redraws(), again);
-  EXPECT_EQ(s.picture(), s.redrawn());
+  EXPECT_TRUE(s.asRedrawn());
 
   // There and back again is the same view: nothing adds up.
   const std::vector<std::uint32_t> before = s.picture();
@@ -87,7 +87,7 @@ TEST_F(View, keysScrollByPartsOfTheWindow) {
     s.play(std::string("key ") + row.key);
     EXPECT_NEAR(s.modelAt(200, 150).x, moved.x, 1 / s.device().GetScale()) << row.key;
     EXPECT_NEAR(s.modelAt(200, 150).y, moved.y, 1 / s.device().GetScale()) << row.key;
-    EXPECT_EQ(s.picture(), s.redrawn()) << row.key;
+    EXPECT_TRUE(s.asRedrawn()) << row.key;
   }
 }
 
@@ -125,7 +125,7 @@ TEST_F(View, draggedRectangleFillsTheWindow) {
   s.play("drag left 200 160 100 80");
   EXPECT_NEAR(s.modelAt(200, 150).x, centre.x, 2 / s.device().GetScale());
   EXPECT_NEAR(s.modelAt(200, 150).y, centre.y, 2 / s.device().GetScale());
-  EXPECT_EQ((s.play("leave"), s.picture()), s.redrawn());
+  EXPECT_TRUE(s.asRedrawn());
 }
 
 TEST_F(View, historyGoesBackAndForward) {
@@ -244,7 +244,7 @@ TEST_F(View, shrunkToNothingAndGrown) {
   const std::vector<std::uint32_t> before = s.picture();
   for (const char* size : {"1 1", "1 400", "700 1", "2 23", "900 622", "400 322"}) {
     s.play(std::string("size ") + size + "\nwheel 1 0 0\nkey ?\nkey escape\nkey tab\nkey escape");
-    EXPECT_EQ(s.picture(), s.redrawn()) << size;
+    EXPECT_TRUE(s.asRedrawn()) << size;
   }
   s.play("key f\nleave");
   EXPECT_EQ(s.picture(), before);
